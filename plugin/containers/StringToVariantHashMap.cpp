@@ -1,0 +1,81 @@
+#include "plugin/containers/class_definitions.h"
+#include "plugin/containers/class_tables.h"
+#include "plugin/containers/hash_table.h"
+#include "plugin/containers/iterator_functions.h"
+#include "plugin/containers/kinds.h"
+#include "plugin/containers/map_functions.h"
+
+namespace vornik {
+namespace {
+
+using Sensitive = HashTable<RBStringS, VariantKind::Held, RBStringHashS>;
+using Insensitive = HashTable<RBStringI, VariantKind::Held, RBStringHashI>;
+
+struct Class : MapClass<Sensitive, Insensitive> {
+  using Key = StringKind;
+  using Value = VariantKind;
+  static constexpr const char* kName = "StringToVariantHashMapQZR";
+  static constexpr const char* kIteratorName = "StringToVariantHashMapIteratorQZR";
+  static constexpr std::uint64_t kNodeBytes = 48;
+  static const REALclassDefinition& definition() { return StringToVariantHashMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return StringToVariantHashMapIteratorClass; }
+};
+
+using Map = MapFunctions<Class>;
+using Iterator = MapIteratorFunctions<Class>;
+
+REALproperty properties[] = {
+    flagProperty("CaseSensitive", offsetof(Class::Data, caseSensitive)),
+    property("MaxSize", "Integer", registered<Map::GetMaxSize>()),
+    property("Count", "Integer", registered<Map::GetSize>()),
+    property("BinCount", "Integer", registered<Map::GetBucketCount>()),
+    property("Empty", "Boolean", registered<Map::GetEmpty>()),
+};
+
+REALmethodDefinition methods[] = {
+    method("Constructor(CaseSensitive as Boolean = true)", registered<Map::theMapConstructor>()),
+    method("Constructor(dic as dictionary, CaseSensitive as Boolean = true)",
+           registered<Map::theMapConstructorDic>()),
+    method("Constructor(other as StringToVariantHashMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
+    method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
+    method("Clone as StringToVariantHashMapQZR", registered<Map::cloneMap>()),
+    method("Clear", registered<Map::clear>()),
+    method("ValueAtIndex(index as integer) as variant", registered<Map::ValueAtIndex>()),
+    method("Key(index as integer) as string", registered<Map::KeyAtIndex>()),
+    method("Keys as string()", registered<Map::rbGetKeys>()),
+    method("Values as variant()", registered<Map::rbGetValues>()),
+    method("AddKeys(targetArray() as string)", registered<Map::rbGetKeys2>()),
+    method("AddValues(targetArray() as variant)", registered<Map::rbGetValues2>()),
+    method("first as StringToVariantHashMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as StringToVariantHashMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as StringToVariantHashMapIteratorQZR)", registered<Map::erase1>()),
+    method("Remove(first as StringToVariantHashMapIteratorQZR, last as StringToVariantHashMapIteratorQZR)",
+           registered<Map::erase2>()),
+    method("Remove(key as string) as integer", registered<Map::erase3>()),
+    method("CountKey(key as string) as integer", registered<Map::countRB>()),
+    method("find(key as string) as StringToVariantHashMapIteratorQZR", registered<Map::findRB>()),
+    method("value(key as string) as variant", registered<Map::getvalue>(), registered<Map::setvalue>()),
+    method("hasKey(key as string) as boolean", registered<Map::haskey>()),
+    method("lookup(key as string, defaultvalue as variant) as variant", registered<Map::lookup>()),
+};
+
+REALmethodDefinition iteratorMethods[] = {
+    method("MoveNext", registered<Iterator::iteratorMoveNext>()),
+    method("Key as string", registered<Iterator::iteratorGetKey>()),
+    method("Value as variant", registered<Iterator::iteratorGetValue>(),
+           registered<Iterator::iteratorSetValue>()),
+    method("isEqual(other as StringToVariantHashMapIteratorQZR) as boolean",
+           registered<Iterator::iteratorIsEqual>()),
+    method("isNotEqual(other as StringToVariantHashMapIteratorQZR) as boolean",
+           registered<Iterator::iteratorIsNotEqual>()),
+};
+
+}  // namespace
+
+REALclassDefinition StringToVariantHashMapClass = containerClass(
+    Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
+REALclassDefinition StringToVariantHashMapIteratorClass =
+    iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
+
+}  // namespace vornik

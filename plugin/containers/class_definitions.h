@@ -1,0 +1,48 @@
+// The definition records of all classes. They are changed in place at registration.
+#ifndef VORNIK_CONTAINERS_CLASS_DEFINITIONS_H
+#define VORNIK_CONTAINERS_CLASS_DEFINITIONS_H
+
+#include "plugin/frame/host_interface.h"
+
+namespace vornik {
+
+extern REALclassDefinition IntegerHashSetClass;
+extern REALclassDefinition IntegerHashSetIteratorClass;
+extern REALclassDefinition IntegerSetClass;
+extern REALclassDefinition IntegerSetIteratorClass;
+extern REALclassDefinition IntegerToIntegerHashMapClass;
+extern REALclassDefinition IntegerToIntegerHashMapIteratorClass;
+extern REALclassDefinition IntegerToIntegerMapClass;
+extern REALclassDefinition IntegerToIntegerMapIteratorClass;
+extern REALclassDefinition IntegerToStringHashMapClass;
+extern REALclassDefinition IntegerToStringHashMapIteratorClass;
+extern REALclassDefinition IntegerToStringMapClass;
+extern REALclassDefinition IntegerToStringMapIteratorClass;
+extern REALclassDefinition IntegerToVariantHashMapClass;
+extern REALclassDefinition IntegerToVariantHashMapIteratorClass;
+extern REALclassDefinition IntegerToVariantMapClass;
+extern REALclassDefinition IntegerToVariantMapIteratorClass;
+extern REALclassDefinition StringHashSetClass;
+extern REALclassDefinition StringHashSetIteratorClass;
+extern REALclassDefinition StringSetClass;
+extern REALclassDefinition StringSetIteratorClass;
+extern REALclassDefinition StringToStringHashMapClass;
+extern REALclassDefinition StringToStringHashMapIteratorClass;
+extern REALclassDefinition StringToStringMapClass;
+extern REALclassDefinition StringToStringMapIteratorClass;
+extern REALclassDefinition StringToVariantHashMapClass;
+extern REALclassDefinition StringToVariantHashMapIteratorClass;
+extern REALclassDefinition StringToVariantMapClass;
+extern REALclassDefinition StringToVariantMapIteratorClass;
+extern REALclassDefinition VariantHashSetClass;
+extern REALclassDefinition VariantHashSetIteratorClass;
+extern REALclassDefinition VariantSetClass;
+extern REALclassDefinition VariantSetIteratorClass;
+extern REALclassDefinition VariantToVariantHashMapClass;
+extern REALclassDefinition VariantToVariantHashMapIteratorClass;
+extern REALclassDefinition VariantToVariantMapClass;
+extern REALclassDefinition VariantToVariantMapIteratorClass;
+
+}  // namespace vornik
+
+#endif  // VORNIK_CONTAINERS_CLASS_DEFINITIONS_H

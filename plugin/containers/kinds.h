@@ -1,0 +1,141 @@
+// Kinds of keys and values: how the host passes one, how an entry holds it, how it is handed out again.
+// Operations are written once over kinds and never branch on them.
+#ifndef VORNIK_CONTAINERS_KINDS_H
+#define VORNIK_CONTAINERS_KINDS_H
+
+#include <cstdint>
+
+#include "plugin/frame/host_services.h"
+#include "plugin/values/host_arrays.h"
+#include "plugin/values/string_keys.h"
+#include "plugin/values/variant_keys.h"
+
+namespace vornik {
+
+/// What the entries of a set hold beside their key.
+struct NoValue {};
+
+/// Integers, held by value.
+struct IntegerKind {
+  using Host = std::int64_t;  ///< parameter and result type of registered functions
+  using Held = std::int64_t;  ///< what an entry keeps as its value
+  using Array = _REALarrayInteger;
+  static constexpr std::int32_t kArrayType = kArrayOfIntegers;
+  static constexpr const auto& insertProc = REALInsertArrayValueInteger;
+
+  static Held hold(Host value) { return value; }
+  /// Takes over the reference that a result of the host's carries, where the kind has any.
+  static Held adopt(Host value) { return value; }
+  /// As an argument, which is only borrowed.
+  static Host lend(Held held) { return held; }
+  /// As a result, which carries a reference of its own.
+  static Host share(Host value) { return value; }
+
+  static Held fromVariant(REALobjectStruct* variant) { return GetVariantInt64(variant); }
+  static ObjectReference toVariant(Held held) { return ObjectReference::adopt(REALNewVariantInteger(held)); }
+};
+
+/// Strings and variants, held by reference. Keys are held with their case choice (RBString, RBVariant).
+template <typename Handle>
+struct ReferenceKind {
+  using Host = Handle*;
+  using Held = Reference<Handle>;
+
+  static Held hold(Host value) { return Held(value); }
+  static Held adopt(Host value) { return Held::adopt(value); }
+  template <typename AnyHeld>
+  static Host lend(const AnyHeld& held) {
+    return held.get();
+  }
+  static Host share(Host value) {
+    if (value != nullptr) lock(value);
+    return value;
+  }
+};
+
+struct StringKind : ReferenceKind<REALstringStruct> {
+  using Array = _REALarrayString;
+  static constexpr std::int32_t kArrayType = kArrayOfStrings;
+  static constexpr const auto& insertProc = REALInsertArrayValueString;
+
+  static Held fromVariant(REALobjectStruct* variant) {
+    return Held::adopt(variant != nullptr ? GetVariantString(variant) : nullptr);
+  }
+  static ObjectReference toVariant(const Held& held) {
+    return ObjectReference::adopt(REALNewVariantString(held.get()));
+  }
+};
+
+struct VariantKind : ReferenceKind<REALobjectStruct> {
+  using Array = _REALarrayObject;
+  static constexpr std::int32_t kArrayType = kArrayOfVariants;
+  static constexpr const auto& insertProc = REALInsertArrayValueObject;
+
+  static Held fromVariant(REALobjectStruct* variant) {
+    return Held::adopt(variant != nullptr ? GetVariantObject(variant) : nullptr);
+  }
+  static const ObjectReference& toVariant(const Held& held) { return held; }
+};
+
+/// Ascending order of Integers.
+struct IntegerOrder {
+  using is_transparent = void;
+  using Probe = std::int64_t;  ///< what a key that is searched for is wrapped in, once for the whole search
+  bool operator()(std::int64_t a, std::int64_t b) const { return a < b; }
+};
+
+/// Integers in hash tables: the 64-bit pattern is the hash.
+struct IntegerHashing {
+  using Probe = std::int64_t;
+  static constexpr bool kKeyIsHash = true;
+  static std::uint64_t hash(std::int64_t key) { return static_cast<std::uint64_t>(key); }
+  static bool equal(std::int64_t a, std::int64_t b) { return a == b; }
+};
+
+enum class Direction { kAscending, kDescending };
+
+/// Order of keys that RBString or RBVariant hold.
+template <typename Key, Direction kDirection>
+struct KeyOrder {
+  using is_transparent = void;
+  using Probe = typename Key::Operand;
+
+  template <typename A, typename B>
+  bool operator()(const A& a, const B& b) const {
+    // Written out both ways: with a NaN the comparison gives the same sign in both.
+    return kDirection == Direction::kAscending ? Key::compare(operand(a), operand(b)) < 0
+                                               : Key::compare(operand(b), operand(a)) < 0;
+  }
+
+ private:
+  static const Probe& operand(const Probe& probe) { return probe; }
+  static Probe operand(const Key& key) { return Probe(key.get()); }
+};
+
+/// Keys that RBString or RBVariant hold, in hash tables.
+template <typename Key>
+struct KeyHashing {
+  using Probe = typename Key::Operand;
+  static constexpr bool kKeyIsHash = false;
+  static std::uint64_t hash(const Probe& probe) { return Key::hash(probe); }
+  static bool equal(const Key& key, const Probe& probe) { return Key::compare(Probe(key.get()), probe) == 0; }
+};
+
+// The orders and hashings of the classes. Ordered maps with String or Variant keys run from the greatest key
+// to the smallest, ordered sets from the smallest to the greatest.
+using RBStringMapOrderS = KeyOrder<RBStringS, Direction::kDescending>;
+using RBStringMapOrderI = KeyOrder<RBStringI, Direction::kDescending>;
+using LTRBStringS = KeyOrder<RBStringS, Direction::kAscending>;
+using LTRBStringI = KeyOrder<RBStringI, Direction::kAscending>;
+using RBStringHashS = KeyHashing<RBStringS>;
+using RBStringHashI = KeyHashing<RBStringI>;
+using RBVariantMapOrderS = KeyOrder<RBVariantS, Direction::kDescending>;
+using RBVariantMapOrderI = KeyOrder<RBVariantI, Direction::kDescending>;
+using LTRBVariantS = KeyOrder<RBVariantS, Direction::kAscending>;
+using LTRBVariantI = KeyOrder<RBVariantI, Direction::kAscending>;
+using RBVariantHashS = KeyHashing<RBVariantS>;
+using RBVariantHashI = KeyHashing<RBVariantI>;
+
+}  // namespace vornik
+
+#endif  // VORNIK_CONTAINERS_KINDS_H

@@ -1,0 +1,40 @@
+// Element access to host arrays of Integers, Strings and objects (Variants).
+//
+// Every access is checked against the host's upper bound. What follows is either a direct access to the
+// array's element storage or a call of the host's element procedure for that array. Which of the two is
+// decided once per process, by a probe that compares what the host's procedures report with what the memory
+// layout shows.
+#ifndef VORNIK_VALUES_HOST_ARRAYS_H
+#define VORNIK_VALUES_HOST_ARRAYS_H
+
+#include <cstdint>
+
+#include "plugin/frame/host_interface.h"
+
+namespace vornik {
+
+/// The probe has run, or is running. Never reset.
+extern bool ArrayAccessTested;
+/// The probe found the direct layout usable. Never reset.
+extern bool ArrayAccessSuccess;
+
+/// Stores the element at `index` in `*result`; strings and objects with one reference for the caller. An
+/// index out of bounds raises OutOfBoundsException and leaves the result alone, as does a host that lends no
+/// procedure. A null result pointer reads nothing.
+void REALGetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_t* result);
+void REALGetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct** result);
+void REALGetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct** result);
+
+/// Replaces the element at `index`. The array takes a reference of its own to a string or object and drops
+/// the one to the old element. An index out of bounds raises OutOfBoundsException and changes nothing.
+void REALSetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_t value);
+void REALSetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct* value);
+void REALSetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct* value);
+
+/// The probe's checks on one test array of 1235 elements, or null where the host made none; decides
+/// ArrayAccessSuccess. With diagnostics on, the first failing check writes a line.
+void TestArray(_REALarrayInteger* array);
+
+}  // namespace vornik
+
+#endif  // VORNIK_VALUES_HOST_ARRAYS_H

@@ -1,0 +1,73 @@
+#include "plugin/values/string_keys.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "plugin/values/case_folding.h"
+
+namespace vornik {
+namespace {
+
+/// Older hosts' comparison is not used.
+constexpr double kFirstHostComparingText = 2012.0;
+
+std::uint32_t mixed(std::uint32_t hash, std::uint32_t unit) {
+  hash = (hash << 4) + unit;
+  const std::uint32_t top = hash & 0xF0000000;
+  return (hash ^ (top >> 24)) & ~top;
+}
+
+template <typename Compare>
+std::int64_t compareUTF8(const StringOperand& a, const StringOperand& b, Compare compare) {
+  const auto& x = a.utf8();
+  const auto& y = b.utf8();
+  return compare(x.data, y.data, static_cast<std::size_t>(std::min(x.length, y.length)) + 1);
+}
+
+}  // namespace
+
+const rbText::Form<char>& StringOperand::utf8() const {
+  rbText& text = view();
+  if (text.utf8.length < 0) text.ConvertUTF8();
+  return text.utf8;
+}
+
+const rbText::Form<std::uint16_t>& StringOperand::utf16() const {
+  rbText& text = view();
+  if (text.utf16.length < 0) text.ConvertUTF16();
+  return text.utf16;
+}
+
+std::int64_t CompareS(const StringOperand& a, const StringOperand& b) {
+  if (a.string() == b.string()) return 0;
+  return compareUTF8(a, b, &std::strncmp);
+}
+
+std::int64_t CompareI(const StringOperand& a, const StringOperand& b) {
+  if (a.string() == b.string()) return 0;
+  if (rbversion_rbversion >= kFirstHostComparingText) return REALCompareStrings(a.string(), b.string());
+  return compareUTF8(a, b, &strncasecmp);
+}
+
+std::uint32_t GetStringHashS(const StringOperand& string) {
+  const auto& text = string.utf8();
+  std::uint32_t hash = 0;
+  for (std::int64_t i = 0; i < text.length; ++i) {
+    // Bytes count as signed numbers.
+    hash = mixed(
+        hash, static_cast<std::uint32_t>(static_cast<std::int32_t>(static_cast<signed char>(text.data[i]))));
+  }
+  return hash;
+}
+
+std::uint32_t GetStringHashI(const StringOperand& string) {
+  initLowerTable();
+  const auto& text = string.utf16();
+  std::uint32_t hash = 0;
+  for (std::int64_t i = 0; i < text.length; ++i) hash = mixed(hash, lower[text.data[i]]);
+  return hash;
+}
+
+}  // namespace vornik

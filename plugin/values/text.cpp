@@ -1,0 +1,313 @@
+#include "plugin/values/text.h"
+
+#include <algorithm>
+#include <new>
+
+#include "plugin/frame/host_services.h"
+#include "plugin/frame/host_string.h"
+#include "plugin/frame/log.h"
+
+namespace vornik {
+namespace {
+
+/// "QZRT", at both ends of a view. Views live on the stack, where a stray write is soon felt.
+constexpr std::uint64_t kGuard = 0x515A5254;
+constexpr std::uint16_t kByteOrderMark = 0xFEFF;
+constexpr std::uint16_t kSwappedByteOrderMark = 0xFFFE;
+
+void debugLog(const char* message) {
+  if (DebuggingEnabled) LogMessageX("%s%s", kDebugPrefix, message);
+}
+
+template <typename Unit>
+std::unique_ptr<Unit[]> zeroFilled(std::int64_t units) {
+  return std::unique_ptr<Unit[]>(new (std::nothrow) Unit[static_cast<std::size_t>(units)]());
+}
+
+template <typename Unit>
+void makeEmpty(rbText::Form<Unit>& form) {
+  form.length = 0;
+  form.data = rbText::Form<Unit>::kEmpty;
+}
+
+/// Lets a copy of the form, changed unit by unit, take its place.
+template <typename Unit, typename Change>
+void replaceByCopy(rbText::Form<Unit>& form, Change change) {
+  auto copy = zeroFilled<Unit>(form.length + 4 / static_cast<std::int64_t>(sizeof(Unit)));
+  if (copy == nullptr) {
+    debugLog("Out of memory");
+    makeEmpty(form);
+    form.owned.reset();
+    return;
+  }
+  std::transform(form.data, form.data + form.length, copy.get(), change);
+  form.data = copy.get();
+  form.owned = std::move(copy);
+}
+
+template <typename Unit>
+void terminate(rbText::Form<Unit>& form) {
+  if (form.data[form.length] == 0) return;
+  debugLog("String is not zero terminated. Fixed.");
+  replaceByCopy(form, [](Unit unit) { return unit; });
+}
+
+/// Takes the text that the host converts the string to; false when the form is final without it.
+template <typename Unit>
+bool convertByHost(rbText::Form<Unit>& form, REALstringStruct* string, std::uint32_t encoding) {
+  form.record = {};
+  if (!REALGetStringData(string, encoding, &form.record)) {
+    debugLog("REALGetStringData failed.");
+    return false;
+  }
+  form.recordFilled = true;
+  if (form.record.data == nullptr) return false;
+  form.data = static_cast<const Unit*>(form.record.data);
+  form.length = form.record.byteLength / static_cast<std::int64_t>(sizeof(Unit));
+  return true;
+}
+
+template <typename Unit>
+void handBack(rbText::Form<Unit>& form) {
+  if (form.recordFilled) REALDisposeStringData(&form.record);
+  form.recordFilled = false;
+}
+
+bool isWide(std::uint32_t encoding) {
+  switch (encoding) {
+    case kEncodingUTF16:
+    case kEncodingUTF16BE:
+    case kEncodingUTF16LE:
+    case kEncodingUTF32:
+    case kEncodingUTF32BE:
+    case kEncodingUTF32LE:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::uint16_t swapped(std::uint16_t unit) {
+  return static_cast<std::uint16_t>(unit << 8 | unit >> 8);
+}
+
+/// Length of the sequence that a lead byte begins; 0 for one that begins none.
+std::int64_t sequenceLength(std::uint8_t lead) {
+  if (lead < 0x80) return 1;
+  if (lead < 0xC2) return 0;
+  if (lead < 0xE0) return 2;
+  if (lead < 0xF0) return 3;
+  return lead < 0xF5 ? 4 : 0;
+}
+
+/// Whether the bytes behind the lead byte are what it calls for: no overlong form, no surrogate, none past
+/// U+10FFFF.
+bool isLegal(const std::uint8_t* sequence, std::int64_t length) {
+  if (length == 1) return true;
+  std::uint8_t least = 0x80;
+  std::uint8_t greatest = 0xBF;
+  switch (sequence[0]) {
+    case 0xE0:
+      least = 0xA0;
+      break;
+    case 0xED:
+      greatest = 0x9F;
+      break;
+    case 0xF0:
+      least = 0x90;
+      break;
+    case 0xF4:
+      greatest = 0x8F;
+      break;
+    default:
+      break;
+  }
+  if (sequence[1] < least || sequence[1] > greatest) return false;
+  return std::all_of(sequence + 2, sequence + length,
+                     [](std::uint8_t byte) { return (byte & 0xC0) == 0x80; });
+}
+
+std::uint32_t codePoint(const std::uint8_t* sequence, std::int64_t length) {
+  if (length == 1) return sequence[0];
+  std::uint32_t value = sequence[0] & (0x7Fu >> length);
+  for (std::int64_t i = 1; i < length; ++i) value = value << 6 | (sequence[i] & 0x3Fu);
+  return value;
+}
+
+}  // namespace
+
+rbData::rbData(REALstringStruct* string) noexcept {
+  if (string == nullptr) return;
+  const StringContents contents = REALGetStringContents(string);
+  data = reinterpret_cast<const std::uint8_t*>(contents.bytes);
+  length = contents.length;
+  if (data == nullptr && length != 0) {
+    length = 0;
+    debugLog("data is NULL, so size fixed to zero.");
+  }
+}
+
+DecodedUTF8 decodeUTF8(const char* bytes, std::int64_t count, std::uint16_t* units) noexcept {
+  const auto* input = reinterpret_cast<const std::uint8_t*>(bytes);
+  std::uint16_t* out = units;
+  std::int64_t position = 0;
+  while (position < count) {
+    const std::uint8_t* sequence = input + position;
+    const std::int64_t length = sequenceLength(*sequence);
+    if (length == 0 || position + length > count || !isLegal(sequence, length)) break;
+    position += length;
+    const std::uint32_t point = codePoint(sequence, length);
+    if (point == kByteOrderMark || point == kSwappedByteOrderMark) continue;
+    if (point <= 0xFFFF) {
+      *out++ = static_cast<std::uint16_t>(point);
+    } else {
+      *out++ = static_cast<std::uint16_t>(0xD800 + ((point - 0x10000) >> 10));
+      *out++ = static_cast<std::uint16_t>(0xDC00 + (point & 0x3FF));
+    }
+  }
+  return {out - units, position};
+}
+
+rbText::rbText(REALstringStruct* string) noexcept : leadingGuard_(kGuard), trailingGuard_(kGuard) {
+  if (string == nullptr) return;
+  string_ = string;
+  utf8.length = utf16.length = -1;
+  if (!REALGetStringEncoding.isAvailable()) {
+    encoding_ = kEncodingMacRoman;
+    classification_ = CheckPending;
+    return;
+  }
+  encoding_ = REALGetStringEncoding(string);
+  switch (encoding_) {
+    case kEncodingMacRoman:
+    case kEncodingISOLatin1:
+    case kEncodingWindowsLatin1:
+      classification_ = CheckPending;
+      break;
+    case kEncodingASCII:
+    case kEncodingUTF8: {
+      classification_ = CheckPending;
+      const StringContents contents = REALGetStringContents(string);
+      if (contents.bytes != nullptr) {
+        utf8.data = contents.bytes;
+        utf8.length = contents.length;
+      }
+      break;
+    }
+    case kEncodingUnknown:
+      classification_ = CheckPending;
+      CheckASCII();
+      if (classification_ == NotASCII) redeclare();
+      break;
+    default:
+      classification_ = isWide(encoding_) ? NotASCII : Unclassified;
+      break;
+  }
+}
+
+rbText::~rbText() {
+  if (leadingGuard_ != kGuard) {
+    LogMessageX("%s%s %lu", kDebugPrefix, "Check1 in rbText invalid",
+                static_cast<unsigned long>(leadingGuard_));
+  }
+  if (trailingGuard_ != kGuard) {
+    LogMessageX("%s%s %lu", kDebugPrefix, "Check2 in rbText invalid",
+                static_cast<unsigned long>(trailingGuard_));
+  }
+  handBack(utf8);
+  handBack(utf16);
+  if (ownsString_ && string_ != nullptr) REALUnlockString(string_);
+}
+
+void rbText::becomeEmpty() noexcept {
+  makeEmpty(utf8);
+  makeEmpty(utf16);
+  string_ = nullptr;
+  encoding_ = kEncodingASCII;
+  classification_ = PureASCII;
+}
+
+/// A string of unknown encoding that is not ASCII counts as Mac Roman text; the host converts from there.
+void rbText::redeclare() noexcept {
+  const rbData bytes(string_);
+  if (bytes.length == 0) return becomeEmpty();
+  string_ = REALBuildUnicodeString(bytes.data, bytes.length, kEncodingMacRoman);
+  ownsString_ = true;
+  if (string_ != nullptr) {
+    encoding_ = REALGetStringEncoding(string_);
+    return;
+  }
+  static bool FailedAlready = false;
+  if (!FailedAlready) debugLog("REALBuildUnicodeString failed");
+  FailedAlready = true;
+}
+
+void rbText::CheckASCII() noexcept {
+  if (classification_ != CheckPending) return;
+  const rbData bytes(string_);
+  const bool ascii =
+      std::none_of(bytes.data, bytes.data + bytes.length, [](std::uint8_t byte) { return byte >= 0x80; });
+  classification_ = ascii ? PureASCII : NotASCII;
+  if (!ascii) return;
+  if (bytes.data == nullptr) return makeEmpty(utf8);
+  utf8.data = reinterpret_cast<const char*>(bytes.data);
+  utf8.length = bytes.length;
+}
+
+void rbText::ConvertUTF8() noexcept {
+  makeEmpty(utf8);
+  if (string_ == nullptr) return;
+  CheckASCII();
+  if (classification_ == PureASCII) return;
+  if (convertByHost(utf8, string_, kEncodingUTF8) && utf8.length >= 1) terminate(utf8);
+}
+
+void rbText::widenASCII() noexcept {
+  if (utf8.length < 1) return;
+  utf16.owned = zeroFilled<std::uint16_t>(utf8.length + 2);
+  if (utf16.owned == nullptr) return;
+  std::transform(utf8.data, utf8.data + utf8.length, utf16.owned.get(),
+                 [](char byte) { return static_cast<std::uint8_t>(byte); });
+  utf16.data = utf16.owned.get();
+  utf16.length = utf8.length;
+}
+
+void rbText::decodeUTF8() noexcept {
+  debugLog("Try UTF8 to UTF16 conversion...");
+  if (utf8.length < 0) ConvertUTF8();
+  if (utf8.length < 1) return;
+  utf16.owned = zeroFilled<std::uint16_t>(utf8.length + 8);
+  if (utf16.owned == nullptr) return;
+  const DecodedUTF8 decoded = vornik::decodeUTF8(utf8.data, utf8.length, utf16.owned.get());
+  if (decoded.consumed < utf8.length && DebuggingEnabled) {
+    LogMessageX("%s%s %lu", kDebugPrefix, "Illegal UTF-8 sequence!",
+                static_cast<unsigned long>(decoded.consumed));
+  }
+  utf16.data = utf16.owned.get();
+  utf16.length = decoded.units;
+}
+
+void rbText::ConvertUTF16() noexcept {
+  makeEmpty(utf16);
+  if (string_ == nullptr) return;
+  CheckASCII();
+  if (classification_ == PureASCII) {
+    widenASCII();
+  } else if (encoding_ == kEncodingUTF8 || encoding_ == kEncodingASCII) {
+    decodeUTF8();
+  } else if (!convertByHost(utf16, string_, kEncodingUTF16)) {
+    return;
+  }
+  terminate(utf16);
+  if (utf16.length >= 1 && utf16.data[0] == kSwappedByteOrderMark) {
+    debugLog("String is Little Endian. Swap.");
+    replaceByCopy(utf16, swapped);
+  }
+  for (const std::uint16_t mark : {kByteOrderMark, kSwappedByteOrderMark}) {
+    if (utf16.length < 1 || utf16.data[0] != mark) break;
+    ++utf16.data;
+    --utf16.length;
+  }
+}
+
+}  // namespace vornik
