@@ -1,0 +1,220 @@
+// Host values that Lua has no type of its own for: strings in other encodings, as in String(bytes,
+// "UTF-16LE"), and variants of exact type, as in Variant.Int32(5).
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "host/console/bindings.h"
+#include "host/console/session.h"
+
+namespace vornik::host::console {
+namespace {
+
+struct NamedEncoding {
+  std::string_view name;
+  std::uint32_t encoding;
+};
+constexpr std::array kEncodings{
+    NamedEncoding{"ASCII", kEncodingASCII},
+    NamedEncoding{"UTF-8", kEncodingUTF8},
+    NamedEncoding{"UTF-16", kEncodingUTF16},
+    NamedEncoding{"UTF-16BE", kEncodingUTF16BE},
+    NamedEncoding{"UTF-16LE", kEncodingUTF16LE},
+    NamedEncoding{"UTF-32", kEncodingUTF32},
+    NamedEncoding{"UTF-32BE", kEncodingUTF32BE},
+    NamedEncoding{"UTF-32LE", kEncodingUTF32LE},
+    NamedEncoding{"MacRoman", kEncodingMacRoman},
+    NamedEncoding{"ISO-8859-1", kEncodingISOLatin1},
+    NamedEncoding{"Windows-1252", kEncodingWindowsLatin1},
+    NamedEncoding{"unknown", kEncodingUnknown},
+};
+
+enum class Content { kInteger, kNumber, kBoolean, kText };
+
+struct VariantKind {
+  const char* name;
+  VariantType type;
+  bool isUnsigned;
+  Content content;
+  std::int64_t least = INT64_MIN;  ///< of an integer
+  std::int64_t greatest = INT64_MAX;
+};
+constexpr std::array kVariantKinds{
+    VariantKind{"Int32", VariantType::kInt32, false, Content::kInteger, INT32_MIN, INT32_MAX},
+    VariantKind{"UInt32", VariantType::kInt32, true, Content::kInteger, 0, UINT32_MAX},
+    VariantKind{"Int64", VariantType::kInt64, false, Content::kInteger},
+    VariantKind{"UInt64", VariantType::kInt64, true, Content::kInteger},  // by its bits: -1 is the greatest
+    VariantKind{"Single", VariantType::kSingle, false, Content::kNumber},
+    VariantKind{"Double", VariantType::kDouble, false, Content::kNumber},
+    VariantKind{"Currency", VariantType::kCurrency, false, Content::kNumber},
+    VariantKind{"Boolean", VariantType::kBoolean, false, Content::kBoolean},
+    VariantKind{"Color", VariantType::kColor, false, Content::kInteger, 0, UINT32_MAX},
+    VariantKind{"String", VariantType::kString, false, Content::kText},
+    VariantKind{"Text", VariantType::kText, false, Content::kText},
+};
+
+void require(bool fits, const VariantKind& kind, const char* wanted) {
+  if (!fits) throw ScriptError(std::string("Variant.") + kind.name + " takes " + wanted);
+}
+
+void checkContent(const VariantKind& kind, Value& content) {
+  const bool isInteger = std::holds_alternative<std::int64_t>(content.held());
+  const bool isNumber = isInteger || std::holds_alternative<double>(content.held());
+  switch (kind.content) {
+    case Content::kInteger:
+      require(isNumber, kind, "an integer");
+      fitInteger(content, std::string("the value of Variant.") + kind.name);
+      if (content.integer() < kind.least || content.integer() > kind.greatest) {
+        throw ScriptError(std::to_string(content.integer()) + " does not fit in Variant." + kind.name);
+      }
+      break;
+    case Content::kNumber:
+      return require(isNumber, kind, "a number");
+    case Content::kBoolean:
+      return require(std::holds_alternative<bool>(content.held()), kind, "a Boolean");
+    case Content::kText:
+      return require(std::holds_alternative<StringRef>(content.held()), kind, "a text");
+  }
+}
+
+int createVariant(lua_State* L) {
+  const VariantKind& kind = *static_cast<const VariantKind*>(lua_touserdata(L, lua_upvalueindex(1)));
+  Value content = readValue(L, 1);
+  checkContent(kind, content);
+  pushValue(L, Session::of(L).host().variant(kind.type, content, kind.isUnsigned));
+  return 1;
+}
+
+const char* typeOf(const Host& host, const Value& variant, std::string& name) {
+  name = host.className(variant).substr(kVariantClasses.size());
+  return name.empty() ? "Variant" : name.c_str();
+}
+
+int readVariant(lua_State* L) {
+  Host& host = Session::of(L).host();
+  const Value variant = requireObject(L, 1, kVariantType);
+  const std::string_view name = requireText(L, 2, "a member name");
+  std::string type;
+  if (sameName(name, "type")) {
+    lua_pushstring(L, typeOf(host, variant, type));
+  } else if (sameName(name, "value")) {
+    pushValue(L, host.unbox(variant));
+  } else {
+    throw ScriptError("variants have no member '" + std::string(name) + "'; there are type and value");
+  }
+  return 1;
+}
+
+int variantToText(lua_State* L) {
+  Host& host = Session::of(L).host();
+  const Value variant = requireObject(L, 1, kVariantType);
+  std::string type;
+  std::string text = std::string("Variant.") + typeOf(host, variant, type) + '(';
+  const bool isText = std::holds_alternative<StringRef>(host.unbox(variant).held());
+  const std::string quote = isText ? "\"" : "";
+  text += quote + host.get(variant, "StringValue").text() + quote + ')';
+  lua_pushlstring(L, text.data(), text.size());
+  return 1;
+}
+
+/// Variants are values: equal when their types and what they hold are.
+int equalVariants(lua_State* L) {
+  Host& host = Session::of(L).host();
+  const Value a = objectAt(L, 1);
+  const Value b = objectAt(L, 2);
+  bool equal = false;
+  if (!a.isNil() && !b.isNil() && luaL_testudata(L, 1, kVariantType) != nullptr &&
+      luaL_testudata(L, 2, kVariantType) != nullptr && host.className(a) == host.className(b)) {
+    const Value x = host.unbox(a);
+    const Value y = host.unbox(b);
+    equal = std::holds_alternative<StringRef>(x.held()) ? x.text() == y.text() : x.held() == y.held();
+  }
+  lua_pushboolean(L, equal);
+  return 1;
+}
+
+int createString(lua_State* L) {
+  const std::string_view bytes = requireText(L, 1, "a text");
+  const std::string_view name = lua_isnoneornil(L, 2) ? "UTF-8" : requireText(L, 2, "an encoding");
+  std::string known;
+  for (const NamedEncoding& candidate : kEncodings) {
+    if (sameName(name, candidate.name)) {
+      pushReference(L, Session::of(L).host().string(bytes, candidate.encoding), kStringType);
+      return 1;
+    }
+    known += (known.empty() ? "" : ", ") + std::string(candidate.name);
+  }
+  throw ScriptError("there is no encoding '" + std::string(name) + "'; there are " + known);
+}
+
+int stringToText(lua_State* L) {
+  const std::string text = requireObject(L, 1, kStringType).text();
+  lua_pushlstring(L, text.data(), text.size());
+  return 1;
+}
+
+int equalStrings(lua_State* L) {
+  const bool strings = luaL_testudata(L, 1, kStringType) != nullptr && luaL_testudata(L, 2, kStringType);
+  const Value a = objectAt(L, 1);
+  const Value b = objectAt(L, 2);
+  lua_pushboolean(L, strings && !a.isNil() && !b.isNil() && a.text() == b.text());
+  return 1;
+}
+
+int nilToText(lua_State* L) {
+  lua_pushliteral(L, "Variant.Nil");
+  return 1;
+}
+
+}  // namespace
+
+void pushVariant(lua_State* L, const Value& variant) {
+  const Host& host = Session::of(L).host();
+  const std::string name = host.className(variant);
+  for (const char* plain : {"Int64", "Double", "Boolean", "String"}) {
+    if (name.substr(kVariantClasses.size()) == plain) return pushValue(L, host.unbox(variant));
+  }
+  pushReference(L, variant, kVariantType);
+}
+
+void pushKey(lua_State* L, const Value& key) {
+  pushValue(L, key);
+  if (!lua_isnil(L, -1)) return;
+  lua_pop(L, 1);
+  lua_rawgetp(L, LUA_REGISTRYINDEX, kNilType);
+}
+
+void openValues(lua_State* L) {
+  static constexpr luaL_Reg kVariant[] = {{"__index", binding<readVariant>},
+                                          {"__tostring", binding<variantToText>},
+                                          {"__eq", binding<equalVariants>},
+                                          {nullptr, nullptr}};
+  defineType(L, kVariantType, kVariant);
+  static constexpr luaL_Reg kString[] = {
+      {"__tostring", binding<stringToText>}, {"__eq", binding<equalStrings>}, {nullptr, nullptr}};
+  defineType(L, kStringType, kString);
+  lua_register(L, "String", binding<createString>);
+
+  lua_newtable(L);
+  for (const VariantKind& kind : kVariantKinds) {
+    lua_pushlightuserdata(L, const_cast<VariantKind*>(&kind));
+    lua_pushcclosure(L, binding<createVariant>, 1);
+    lua_setfield(L, -2, kind.name);
+  }
+  // Nil where Lua's own nil cannot stand: as a key that a loop hands out.
+  lua_newuserdatauv(L, 0, 0);
+  luaL_newmetatable(L, kNilType);
+  lua_pushcfunction(L, nilToText);
+  lua_setfield(L, -2, "__tostring");
+  lua_pushboolean(L, 0);
+  lua_setfield(L, -2, "__metatable");
+  lua_setmetatable(L, -2);
+  lua_pushvalue(L, -1);
+  lua_rawsetp(L, LUA_REGISTRYINDEX, kNilType);
+  lua_setfield(L, -2, "Nil");
+  lua_setglobal(L, "Variant");
+}
+
+}  // namespace vornik::host::console
