@@ -1,0 +1,120 @@
+// What tells the eighteen containers apart, and keys and values for each of them. The suites are written once
+// over this table.
+#ifndef VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H
+#define VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H
+
+#include <array>
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/host.h"
+#include "host/value.h"
+
+namespace vornik::behaviour {
+
+enum class Kind { kNone, kInteger, kString, kVariant };
+
+struct ClassFacts {
+  const char* name;
+  bool ordered;
+  Kind key;
+  Kind value;  ///< kNone for sets
+  std::uint64_t nodeBytes;
+
+  bool isMap() const { return value != Kind::kNone; }
+  bool hasCaseChoice() const { return key != Kind::kInteger; }
+  bool descending() const { return ordered && isMap() && hasCaseChoice(); }
+  std::int64_t maxSize() const { return static_cast<std::int64_t>(~std::uint64_t{0} / nodeBytes); }
+  std::string iterator() const {
+    const std::string base(name, std::string_view(name).size() - 3);
+    // The one iterator that is named unlike its container.
+    return (base == "VariantToVariantOrderedMap" ? "VariantToVariantMap" : base) + "IteratorQZR";
+  }
+};
+
+inline constexpr bool kOrdered = true, kHashed = false;
+inline constexpr Kind kNone = Kind::kNone, kInt = Kind::kInteger, kText = Kind::kString,
+                      kAny = Kind::kVariant;
+/// In the order of registration.
+inline constexpr std::array kClasses{
+    ClassFacts{"IntegerHashSetQZR", kHashed, kInt, kNone, 24},
+    ClassFacts{"IntegerOrderedSetQZR", kOrdered, kInt, kNone, 40},
+    ClassFacts{"IntegerToIntegerHashMapQZR", kHashed, kInt, kInt, 32},
+    ClassFacts{"IntegerToIntegerOrderedMapQZR", kOrdered, kInt, kInt, 48},
+    ClassFacts{"IntegerToStringHashMapQZR", kHashed, kInt, kText, 40},
+    ClassFacts{"IntegerToStringOrderedMapQZR", kOrdered, kInt, kText, 56},
+    ClassFacts{"IntegerToVariantHashMapQZR", kHashed, kInt, kAny, 40},
+    ClassFacts{"IntegerToVariantOrderedMapQZR", kOrdered, kInt, kAny, 56},
+    ClassFacts{"StringHashSetQZR", kHashed, kText, kNone, 32},
+    ClassFacts{"StringOrderedSetQZR", kOrdered, kText, kNone, 48},
+    ClassFacts{"StringToStringHashMapQZR", kHashed, kText, kText, 48},
+    ClassFacts{"StringToStringOrderedMapQZR", kOrdered, kText, kText, 64},
+    ClassFacts{"StringToVariantHashMapQZR", kHashed, kText, kAny, 48},
+    ClassFacts{"StringToVariantOrderedMapQZR", kOrdered, kText, kAny, 64},
+    ClassFacts{"VariantHashSetQZR", kHashed, kAny, kNone, 32},
+    ClassFacts{"VariantOrderedSetQZR", kOrdered, kAny, kNone, 48},
+    ClassFacts{"VariantToVariantHashMapQZR", kHashed, kAny, kAny, 48},
+    ClassFacts{"VariantToVariantOrderedMapQZR", kOrdered, kAny, kAny, 64},
+};
+
+/// A class, and for those that offer the choice the kind of key comparison.
+struct Subject {
+  const ClassFacts* facts;
+  bool caseSensitive = true;
+
+  friend std::ostream& operator<<(std::ostream& out, const Subject& subject) {
+    const std::string_view name = subject.facts->name;
+    return out << name.substr(0, name.size() - 3) << (subject.caseSensitive ? "" : "_AnyCase");
+  }
+};
+
+/// The ith key of a kind, for 0 <= i < 10000, made anew at every call: key(0) < key(1) < ... under every
+/// comparison.
+inline host::Value keyOf(Kind kind, int i) {
+  const std::string digits = std::to_string(10000 + i);
+  switch (kind) {
+    case Kind::kString:
+      return "Key " + digits;
+    case Kind::kVariant:
+      return host::Host::current().variant(host::VariantType::kString, "Key " + digits);
+    default:
+      return i - 3;
+  }
+}
+
+/// Distinct values, for Variant alternating between text and numbers.
+inline host::Value valueOf(Kind kind, int i) {
+  if (kind == Kind::kInteger) return 1000 + i;
+  if (kind == Kind::kString || i % 2 == 0) return "value " + std::to_string(i);
+  return 1000 + i;
+}
+
+/// A value as text, whether it comes plain or in a variant: what tests compare.
+inline std::string show(const host::Value& value) {
+  if (value.isNil()) return "nil";
+  const host::Value plain = host::Host::current().unbox(value);
+  if (const auto* integer = std::get_if<std::int64_t>(&plain.held())) return std::to_string(*integer);
+  if (const auto* boolean = std::get_if<bool>(&plain.held())) return *boolean ? "true" : "false";
+  if (const auto* number = std::get_if<double>(&plain.held())) return std::to_string(*number);
+  if (std::holds_alternative<host::StringRef>(plain.held())) return "'" + plain.text() + "'";
+  return host::Host::current().className(plain);
+}
+
+/// The subjects that satisfy a predicate over ClassFacts.
+template <typename Predicate>
+std::vector<Subject> subjectsWhere(Predicate predicate) {
+  std::vector<Subject> subjects;
+  for (const ClassFacts& facts : kClasses) {
+    if (!predicate(facts)) continue;
+    subjects.push_back({&facts});
+    if (facts.hasCaseChoice()) subjects.push_back({&facts, false});
+  }
+  return subjects;
+}
+
+}  // namespace vornik::behaviour
+
+#endif  // VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H

@@ -1,0 +1,173 @@
+// The hash table, step by step, against the standard containers that show the same order.
+//
+// Built with that standard library only. VORNIK_OPERATIONS sets the number of steps of a run; VORNIK_LARGE=1
+// adds a run to 53 million elements, where growth is decided by rounding.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <random>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "plugin/containers/hash_table.h"
+#include "tests/oracle/hashing.h"
+
+#ifndef _LIBCPP_VERSION
+#error "the order of this standard library's containers is not the one to compare with"
+#endif
+
+namespace vornik::oracle {
+namespace {
+
+template <typename Hashing>
+struct StandardHash {
+  std::size_t operator()(std::int64_t key) const { return Hashing::hash(key); }
+};
+
+/// A table and the standard container that does the same.
+template <typename Hashing>
+class Mirrored {
+ public:
+  using Table = HashTable<std::int64_t, std::int64_t, Hashing>;
+  using Standard = std::unordered_map<std::int64_t, std::int64_t, StandardHash<Hashing>>;
+
+  std::size_t size() const { return standard_.size(); }
+
+  void set(std::int64_t key, std::int64_t value) {
+    Table::value(table_->findOrInsert(key)) = value;
+    standard_[key] = value;
+  }
+
+  void remove(std::int64_t key) {
+    const auto place = table_->find(key);
+    if (place != table_->end()) static_cast<void>(table_->extract(place));
+    const std::size_t removed = standard_.erase(key);
+    ASSERT_EQ(place != table_->end(), removed == 1);
+  }
+
+  /// Removes up to `count` elements that follow one another, from the key's on.
+  void removeRange(std::int64_t key, std::size_t count) {
+    const auto first = table_->find(key);
+    const auto standardFirst = standard_.find(key);
+    ASSERT_EQ(first == table_->end(), standardFirst == standard_.end());
+    auto last = first;
+    auto standardLast = standardFirst;
+    for (; count > 0 && last != table_->end(); --count, ++standardLast) last = Table::next(last);
+    static_cast<void>(table_->extract(first, last));
+    standard_.erase(standardFirst, standardLast);
+  }
+
+  void clear() {
+    static_cast<void>(table_->extractAll());
+    standard_.clear();
+  }
+
+  /// Goes on with a copy that was filled one by one.
+  void copy() {
+    auto table = std::make_unique<Table>();
+    table->copyFrom(*table_);
+    table_ = std::move(table);
+    Standard standard;
+    for (const auto& entry : standard_) standard.insert(entry);
+    standard_ = std::move(standard);
+  }
+
+  /// What can be compared in constant time: the counts, and the order where the key's element and the first
+  /// one are.
+  void expectSameAround(std::int64_t key) const {
+    ASSERT_EQ(table_->size(), standard_.size());
+    ASSERT_EQ(table_->bucketCount(), standard_.bucket_count());
+    expectSameRun(table_->begin(), standard_.begin(), 2);
+    expectSameRun(table_->find(key), standard_.find(key), 3);
+  }
+
+  void expectSame() const { expectSameRun(table_->begin(), standard_.begin(), standard_.size() + 1); }
+
+ private:
+  void expectSameRun(typename Table::Place place, typename Standard::const_iterator standard,
+                     std::size_t count) const {
+    for (; count > 0 && standard != standard_.end(); --count, ++standard, place = Table::next(place)) {
+      ASSERT_NE(place, table_->end());
+      ASSERT_EQ(Table::key(place), standard->first);
+      ASSERT_EQ(Table::value(place), standard->second);
+    }
+    if (count > 0) ASSERT_EQ(place, table_->end());
+  }
+
+  std::unique_ptr<Table> table_ = std::make_unique<Table>();
+  Standard standard_;
+};
+
+/// Random keys of one range; each run of steps drifts towards growing or towards shrinking.
+template <typename Hashing>
+void compareOverRandomSteps(std::uint64_t steps, std::int64_t lowest, std::int64_t highest) {
+  std::mt19937_64 random(static_cast<std::uint64_t>(highest));
+  std::uniform_int_distribution<std::int64_t> anyKey(lowest, highest);
+  Mirrored<Hashing> mirrored;
+  std::int64_t recent[64] = {};  // so that huge ranges, too, meet keys that are there
+  std::uint64_t untilFullComparison = 0;
+  unsigned inserting = 60;
+  for (std::uint64_t step = 0; step < steps; ++step) {
+    if (step % 5000 == 0) inserting = 35 + random() % 60;
+    std::int64_t& slot = recent[random() % std::size(recent)];
+    const std::uint64_t choice = random() % 100;
+    std::int64_t key = choice < inserting || random() % 4 == 0 ? anyKey(random) : slot;
+    if (choice < inserting) {
+      mirrored.set(key, static_cast<std::int64_t>(step));
+      slot = key;
+    } else if (random() % 20 != 0) {
+      mirrored.remove(key);
+    } else {
+      mirrored.removeRange(key, random() % 8);
+    }
+    if (random() % 60000 == 0) mirrored.clear();
+    if (random() % 20000 == 0) mirrored.copy();
+    ASSERT_NO_FATAL_FAILURE(mirrored.expectSameAround(key)) << "step " << step;
+    if (untilFullComparison-- == 0) {
+      ASSERT_NO_FATAL_FAILURE(mirrored.expectSame()) << "step " << step;
+      untilFullComparison = mirrored.size() / 32;  // every step while there are few elements
+    }
+  }
+}
+
+constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+
+template <typename Hashing>
+class HashTableOracle : public testing::Test {};
+using Policies = testing::Types<PatternHashing, MixedHashing<32>, MixedHashing<6>>;
+TYPED_TEST_SUITE(HashTableOracle, Policies);
+
+TYPED_TEST(HashTableOracle, SameOrderAndBucketCountAfterEveryStep) {
+  const char* chosen = std::getenv("VORNIK_OPERATIONS");
+  const std::uint64_t steps = chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : 1'200'000;
+  const std::pair<std::int64_t, std::int64_t> ranges[] = {{0, 15}, {-40, 40}, {-3000, 3000}, {kLeast, kMost}};
+  for (const auto& [lowest, highest] : ranges) {
+    SCOPED_TRACE(testing::Message() << "keys from " << lowest << " to " << highest);
+    ASSERT_NO_FATAL_FAILURE(compareOverRandomSteps<TypeParam>(steps / std::size(ranges), lowest, highest));
+  }
+}
+
+TEST(HashTableLarge, SameGrowthWhereItIsDecidedByRounding) {
+  if (std::getenv("VORNIK_LARGE") == nullptr) GTEST_SKIP() << "VORNIK_LARGE=1 runs it: 6 GB, a minute";
+  struct Nothing {};
+  HashTable<std::int64_t, Nothing, PatternHashing> table;
+  std::unordered_set<std::int64_t, StandardHash<PatternHashing>> standard;
+  constexpr std::int64_t kStride = 1'000'003;  // spreads the keys without a random order's cache misses
+  for (std::int64_t i = 1; i <= 52'679'980; ++i) {
+    table.findOrInsert(i * kStride);
+    standard.insert(i * kStride);
+    ASSERT_EQ(table.bucketCount(), standard.bucket_count()) << i;
+  }
+  EXPECT_GT(table.bucketCount(), 100'000'000U) << "grew once more, two elements later than exact counting";
+  auto place = table.begin();
+  for (const std::int64_t key : standard) {
+    ASSERT_EQ(table.key(place), key);
+    place = table.next(place);
+  }
+  EXPECT_EQ(place, table.end());
+}
+
+}  // namespace
+}  // namespace vornik::oracle

@@ -1,0 +1,79 @@
+#include "plugin/containers/positions.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <vector>
+
+namespace vornik {
+
+/// Reaches into the table to age a slot, since four billion real generations take too long.
+struct PositionTableTest {
+  template <typename Table>
+  static void setGeneration(SlotNumber number, std::uint32_t generation) {
+    Table::slots_[number].generation = generation;
+  }
+};
+
+namespace {
+
+struct Owner {};
+using Table = PositionTable<Owner, int>;
+using Anchor = PositionAnchor<Table>;
+
+TEST(Positions, AnchorSharesOneHandleAndDestructionMakesItStaleForEver) {
+  Owner owner;
+  std::vector<PositionHandle> stale;
+  for (int round = 0; round < 1000; ++round) {
+    Anchor anchor;
+    const PositionHandle handle = anchor.handle(&owner, round);
+    ASSERT_NE(handle, 0u);
+    EXPECT_EQ(anchor.handle(&owner, round), handle);
+    ASSERT_NE(Table::resolve(handle), nullptr);
+    EXPECT_EQ(Table::resolve(handle)->place, round);
+    EXPECT_EQ(Table::resolve(handle)->owner, &owner);
+    stale.push_back(handle);
+    for (std::size_t i = 0; i + 1 < stale.size(); ++i) ASSERT_EQ(Table::resolve(stale[i]), nullptr);
+  }
+  EXPECT_EQ(std::set<PositionHandle>(stale.begin(), stale.end()).size(), stale.size());
+}
+
+TEST(Positions, SlotsAreReusedAndSurviveGrowth) {
+  Owner owner;
+  std::vector<Anchor> anchors(5000);
+  std::vector<PositionHandle> handles;
+  for (std::size_t i = 0; i < anchors.size(); ++i)
+    handles.push_back(anchors[i].handle(&owner, static_cast<int>(i)));
+  for (std::size_t i = 0; i < anchors.size(); ++i)
+    ASSERT_EQ(Table::resolve(handles[i])->place, static_cast<int>(i));
+
+  std::set<SlotNumber> numbers;
+  for (int i = 0; i < 100000; ++i) {
+    Anchor passing;
+    numbers.insert(static_cast<SlotNumber>(passing.handle(&owner, i)));
+  }
+  EXPECT_EQ(numbers.size(), 1u) << "a slot that was freed is the next to be taken";
+}
+
+TEST(Positions, ASlotWhoseGenerationsAreUsedUpIsRetired) {
+  Owner owner;
+  const SlotNumber number = Table::take(&owner, 1);
+  PositionTableTest::setGeneration<Table>(number, 0xFFFFFFFF);
+  const PositionHandle last = Table::handle(number);
+  ASSERT_NE(Table::resolve(last), nullptr);
+  Table::free(number);
+  EXPECT_EQ(Table::resolve(last), nullptr);
+  const SlotNumber next = Table::take(&owner, 2);
+  EXPECT_NE(next, number);
+  Table::free(next);
+}
+
+TEST(Positions, HandlesThatWereNeverGivenOutResolveToNothing) {
+  for (const PositionHandle handle :
+       {PositionHandle{0}, ~PositionHandle{0}, PositionHandle{1} << 32 | 0x7FFFFFFF}) {
+    EXPECT_EQ(Table::resolve(handle), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace vornik
