@@ -2,7 +2,6 @@
 
 #include <strings.h>
 
-#include <bit>
 #include <cstring>
 #include <span>
 
@@ -36,7 +35,7 @@ int shown(std::uint64_t number) {
 }
 
 bool isStandardAccessor(REALproc accessor) {
-  return std::bit_cast<std::uint64_t>(accessor) == ~std::uint64_t{0};
+  return reinterpret_cast<std::uintptr_t>(accessor) == ~std::uintptr_t{0};
 }
 
 /// A table and its count belong together: both there, and the count within its limit, or neither.

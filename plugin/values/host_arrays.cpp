@@ -165,8 +165,8 @@ bool layoutAgrees(const _REALarrayInteger* array) {
       fieldAt<std::int32_t>(array, wide ? kWideUpperBoundOffset : kNarrowUpperBoundOffset);
   if (!holds(upperBound == kProbeUpperBound, "ubound wrong", upperBound)) return false;
   const auto* storage = fieldAt<const std::int64_t*>(array, kStorageOffset);
-  return holds(storage != nullptr, "data is nil") &&
-         holds(storage[0] == 12345, "Index 0 failed", storage[0]) &&
+  if (storage == nullptr) return holds(false, "data is nil");
+  return holds(storage[0] == 12345, "Index 0 failed", storage[0]) &&
          holds(storage[9] == 123456, "Index 9 failed", storage[9]);
 }
 
