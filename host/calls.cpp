@@ -148,6 +148,7 @@ Value callMethod(const ObjectRef& object, std::string_view name, const std::vect
                                   listOfTypes(arguments)));
   }
   const Arguments converted = convert(*method, arguments);
+  (access == Access::kAssign ? method->assigned : method->called) = true;
   const bool throughSetter = access == Access::kAssign && !declaresAssigns(method->declaration);
   const DeclaredType result = access == Access::kAssign ? DeclaredType{} : method->declaration.result;
   // The object must outlive the call even if the call makes the script drop it.
@@ -173,6 +174,7 @@ std::optional<Value> readRegisteredProperty(Thing& object, std::string_view name
   if (!found) return std::nullopt;
   const REALproc getter = found.property->record->getter;
   if (getter == nullptr) throw ScriptError(fmt::format("{}.{} cannot be read", object.dispatch->name, name));
+  found.property->read = true;
   if (!isStandardAccessor(getter)) return callGetter(object, *found.property);
   const DeclaredType& type = found.property->type;
   std::uint64_t bits = 0;

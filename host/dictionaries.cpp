@@ -19,6 +19,20 @@ void releaseEntries(Thing& thing) {
   auto& dictionary = static_cast<Dictionary&>(thing);
   const Dictionary::Content last = std::move(dictionary.content);
   std::destroy_at(&dictionary.content);
+  std::destroy_at(&dictionary.override);
+}
+
+/// The dictionary after a subclass's own code has run; null when that raised an exception.
+Dictionary* afterOverride(REALobjectStruct* handle) {
+  Dictionary& dictionary = dictionaryBehind(handle);
+  if (!dictionary.override) return &dictionary;
+  try {
+    dictionary.override();
+    return &dictionary;
+  } catch (const ScriptException& exception) {
+    raise(exception.className(), exception.message());
+    return nullptr;
+  }
 }
 
 std::string classAndCount(const Thing& thing) {
@@ -56,7 +70,9 @@ void setEntry(Dictionary& dictionary, const ObjectRef& key, const ObjectRef& val
 }
 
 REALobjectStruct* dictionaryValue(REALobjectStruct* handle, REALobjectStruct* key) {
-  const auto& [entries, positions] = dictionaryBehind(handle).content;
+  const Dictionary* dictionary = afterOverride(handle);
+  if (dictionary == nullptr) return nullptr;
+  const auto& [entries, positions] = dictionary->content;
   const auto position = positions.find(key);
   if (position == positions.end()) {
     raise("KeyNotFoundException", "The dictionary has no such key");
@@ -66,11 +82,14 @@ REALobjectStruct* dictionaryValue(REALobjectStruct* handle, REALobjectStruct* ke
 }
 
 void setDictionaryValue(REALobjectStruct* handle, REALobjectStruct* key, REALobjectStruct* value) {
-  setEntry(dictionaryBehind(handle), ObjectRef::share(key), ObjectRef::share(value));
+  Dictionary* dictionary = afterOverride(handle);
+  if (dictionary != nullptr) setEntry(*dictionary, ObjectRef::share(key), ObjectRef::share(value));
 }
 
 REALobjectStruct* dictionaryKey(REALobjectStruct* handle, std::int64_t index) {
-  const auto& entries = dictionaryBehind(handle).content.entries;
+  const Dictionary* dictionary = afterOverride(handle);
+  if (dictionary == nullptr) return nullptr;
+  const auto& entries = dictionary->content.entries;
   if (index < 0 || static_cast<std::size_t>(index) >= entries.size()) {
     raise("OutOfBoundsException",
           fmt::format("Index {} is outside a dictionary of {} entries", index, entries.size()));

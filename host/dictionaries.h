@@ -3,6 +3,7 @@
 #define VORNIK_HOST_DICTIONARIES_H
 
 #include <cstdint>
+#include <functional>
 #include <unordered_map>
 #include <vector>
 
@@ -26,6 +27,7 @@ struct Dictionary : Thing {
     std::unordered_map<REALobjectStruct*, std::size_t, VariantKeyHash, VariantKeyEqual> positions;
   };
   Content content;
+  std::function<void()> override;  ///< what a subclass runs ahead of each member
 };
 
 inline Dictionary& dictionaryBehind(REALobjectStruct* handle) {

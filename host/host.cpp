@@ -144,6 +144,21 @@ REALproc Host::setter(std::string_view className, std::string_view declaration) 
   return method.setter;
 }
 
+std::vector<std::string> Host::unreached() const {
+  std::vector<std::string> unreached;
+  for (const auto& type : classes()) {
+    for (const RegisteredProperty& property : type->properties) {
+      if (!property.read) unreached.push_back(type->name + "." + property.name);
+    }
+    for (const RegisteredMethod& method : type->methods) {
+      const std::string member = type->name + "." + method.declaration.text;
+      if (!method.called) unreached.push_back(member);
+      if (method.setter != nullptr && !method.assigned) unreached.push_back(member + " (assigned)");
+    }
+  }
+  return unreached;
+}
+
 Value Host::create(std::string_view className, const std::vector<Value>& arguments) {
   Value object = instantiate(className);
   const bool hasConstructor = hasMethod(*requireObject(object.object().get()).dispatch, "Constructor");
@@ -239,8 +254,10 @@ Value Host::dictionary() {
   return dictionary("Dictionary");
 }
 
-Value Host::dictionary(const std::string& className) {
-  return makeInstance(implementation_->classes.dictionaryClass(className));
+Value Host::dictionary(const std::string& className, std::function<void()> override) {
+  Value dictionary = makeInstance(implementation_->classes.dictionaryClass(className));
+  dictionaryBehind(dictionary.object().get()).override = std::move(override);
+  return dictionary;
 }
 
 void Host::setEntry(const Value& dictionary, const Value& key, const Value& value) {

@@ -61,12 +61,15 @@ struct RegisteredMethod {
   Declaration declaration;
   REALproc function = nullptr;
   REALproc setter = nullptr;
+  mutable bool called = false;    ///< by a script operation, through this declaration
+  mutable bool assigned = false;  ///< the same for its setter
 };
 
 struct RegisteredProperty {
   std::string name;
   DeclaredType type;
   const REALproperty* record = nullptr;
+  mutable bool read = false;  ///< by a script operation
 };
 
 struct RegisteredClass {
@@ -114,6 +117,9 @@ class Host {
   /// ScriptError when there is none. Call it inside a PluginCall.
   REALproc function(std::string_view className, std::string_view declaration) const;
   REALproc setter(std::string_view className, std::string_view declaration) const;
+  /// Declared members that no script operation has reached yet, as "Class.declaration"; with " (assigned)"
+  /// behind it where a method was called and its setter was not.
+  std::vector<std::string> unreached() const;
 
   // Script operations. Arguments choose the overload and fill in defaults. A host exception raised meanwhile
   // is thrown as ScriptException once the registered function has returned and its result was given back.
@@ -140,8 +146,10 @@ class Host {
   std::int64_t elementCount(const Value& array) const;
   ArrayElementType elementType(const Value& array) const;
   Value dictionary();
-  /// A dictionary of a subclass of Dictionary, which is made known when it is first named.
-  Value dictionary(const std::string& className);
+  /// A dictionary of a subclass of Dictionary, which is made known when it is first named. `override` is the
+  /// subclass's own code: it runs ahead of every Key, Value and assignment, and when it throws a
+  /// ScriptException, that is raised and the member answers nil.
+  Value dictionary(const std::string& className, std::function<void()> override = {});
   void setEntry(const Value& dictionary, const Value& key, const Value& value);
   /// The boxed value under a key; nothing where the dictionary lacks the key.
   std::optional<Value> entry(const Value& dictionary, const Value& key) const;

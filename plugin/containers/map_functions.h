@@ -86,10 +86,10 @@ struct MapFunctions : IndexFunctions<Class> {
     OwnedObject result(REALnewInstance("Dictionary"));
     if (!result) return nullptr;
     auto* dictionary = reinterpret_cast<_REALdictionary*>(result.get());
+    const DictionaryConversion conversion;
     for (const auto& [key, value] : entries) {
       SetDictionaryValue(dictionary, Class::Key::toVariant(key).get(), Class::Value::toVariant(value).get());
     }
-    LastDictionary = nullptr;
     return result.release();
   }
 
@@ -192,6 +192,7 @@ struct MapFunctions : IndexFunctions<Class> {
   static Containers fromDictionary(_REALdictionary* dic, bool caseSensitive) {
     Containers fresh = Base::newContainers(caseSensitive);
     if (dic == nullptr) return fresh;
+    const DictionaryConversion conversion;
     const std::int64_t count = GetDictionaryCount(dic);
     withContainer(
         fresh,
@@ -205,7 +206,6 @@ struct MapFunctions : IndexFunctions<Class> {
           }
         },
         [] {});
-    LastDictionary = nullptr;
     return fresh;
   }
 

@@ -15,6 +15,15 @@ namespace vornik {
 /// The dictionary that the method cache was last keyed to; only compared, not referenced.
 extern _REALdictionary* LastDictionary;
 
+/// A conversion from or to a dictionary. At its end, also by an exception, the cache forgets the dictionary:
+/// another one, of another class, may come to lie at its address.
+struct DictionaryConversion {
+  DictionaryConversion() = default;
+  DictionaryConversion(const DictionaryConversion&) = delete;
+  DictionaryConversion& operator=(const DictionaryConversion&) = delete;
+  ~DictionaryConversion() { LastDictionary = nullptr; }
+};
+
 /// Number of entries; 0 when it cannot be read.
 std::int64_t GetDictionaryCount(_REALdictionary* dictionary);
 /// The key at an index from 0, and the value under a key: one reference for the caller. Nil when the method
