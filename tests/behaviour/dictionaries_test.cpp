@@ -10,11 +10,12 @@ struct Dictionaries : ContainerTest {
     for (const auto& [k, v] : entries) host().setEntry(dictionary, k, v);
     return dictionary;
   }
-  Value from(const Value& dictionary) {
+  static Values with(const Value& dictionary) {
     Values arguments = constructorArguments();
     arguments.insert(arguments.begin(), dictionary);
-    return create(facts().name, arguments);
+    return arguments;
   }
+  Value from(const Value& dictionary) { return create(facts().name, with(dictionary)); }
 };
 VORNIK_FOR_CLASSES(Dictionaries, isMap);
 
@@ -66,6 +67,31 @@ TEST_P(Dictionaries, EqualKeysKeepTheFirstKeyAndTheLastValue) {
 TEST_P(Dictionaries, NilsBecomeNeutral) {
   const Value map = from(dictionary({{nullptr, nullptr}}));
   EXPECT_EQ(content(map), Texts{neutral(facts().key) + "=" + neutral(facts().value)});
+}
+
+TEST_P(Dictionaries, OfASubclassMayRaiseAndChangeTheMapInTheMiddle) {
+  const Value map = make({1, 2}), plain = dictionary({{key(8), value(8)}});
+  int step = 0;
+  const Value subclass = host().dictionary("OwnDictionary", [&] {
+    switch (++step) {
+      case 1:
+        return put(map, 5);
+      case 2:
+        return static_cast<void>(call(map, "Clear"));
+      case 3:  // another class of dictionary, whose methods are others
+        return static_cast<void>(call(map, "Constructor", with(plain)));
+      case 4:
+        EXPECT_EQ(content(map), entries({8}));
+        throw host::ScriptException("RuntimeException", "own code", 0);
+    }
+  });
+  for (int i = 1; i <= 4; ++i) host().setEntry(subclass, key(i), value(i));
+  EXPECT_EQ(raised([&] { call(map, "Constructor", with(subclass)); }), "RuntimeException: own code");
+  EXPECT_EQ(step, 8);
+  // The value that was not to be had is nil; all else is as the dictionary says.
+  Texts expected = entries({1, 3, 4});
+  expected.push_back(show(key(2)) + "=" + neutral(facts().value));
+  EXPECT_EQ(content(map), sorted(expected));
 }
 
 using DictionaryHosts = ContainerSuite;
