@@ -107,7 +107,8 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
     options.script = app.remaining();
-    if (!options.reference.empty()) options.script = {VORNIK_REFERENCE_SCRIPT, options.reference};
+    if (!options.reference.empty())
+      options.script = {VORNIK_REFERENCE_SCRIPT, options.reference, VORNIK_EXAMPLES};
     if (!options.script.empty() && options.script.front().size() > 1 && options.script.front()[0] == '-') {
       throw CLI::ExtrasError({options.script.front()});
     }

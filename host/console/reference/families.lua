@@ -1,4 +1,5 @@
--- The pages of the reference: which classes each is about, what they share, and what its examples start from.
+-- The pages of the reference: which classes each is about, what they share, which example it quotes, and what its
+-- own examples start from.
 
 local common = [[
 An object whose copying failed holds no container; see [Constructor(other)](#constructorother). Its members raise
@@ -52,18 +53,21 @@ local mapSetup = { "m = $Class()", 'm.value[$a], m.value[$b], m.value[$c] = "one
 return {
   {
     file = "integer-maps.md", title = "Maps with Integer keys", classes = "^IntegerTo.*Map", map = true,
+    quote = { file = "line_lengths.lua", from = "-- What is above the limit", to = "if above > 0" },
     intro = "Maps from Integers to Integers, Strings or Variants.\n\n" .. common,
     ordered = "Entries run from the smallest key to the greatest.", hash = hash,
     words = mapWords("Integer", "String", "1", "2", "3", "9"), setup = mapSetup,
   },
   {
     file = "string-maps.md", title = "Maps with String keys", classes = "^StringTo.*Map", map = true, text = true,
+    quote = { file = "word_index.lua", from = "local places", to = "end" },
     intro = "Maps from Strings to Strings or Variants.\n\n" .. strings .. "\n\n" .. common,
     ordered = "Entries run **from the greatest key to the smallest**.", hash = hash,
     words = mapWords("String", "String", '"a"', '"b"', '"c"', '"z"'), setup = mapSetup, descending = true,
   },
   {
     file = "variant-maps.md", title = "Maps with Variant keys", classes = "^VariantTo.*Map", map = true, text = true,
+    quote = { file = "log_report.lua", from = "local statuses", to = "local function count" },
     intro = "Maps from Variants to Variants.\n\n" .. variants .. "\n\n" .. common,
     ordered = "Entries run **from the greatest key to the smallest**; Nil comes last. " .. mixedOrder,
     hash = hash .. " " .. variantHash,
@@ -71,18 +75,21 @@ return {
   },
   {
     file = "integer-sets.md", title = "Sets of Integers", classes = "^Integer%u%l+Set",
+    quote = { file = "numbers.lua", from = "-- What one list has", to = "for member in pairs(absent)" },
     intro = "Each Integer is in a set once or not at all.\n\n" .. commonSet,
     ordered = "Keys run from the smallest to the greatest.", hash = hash,
     words = setWords("Integer", "Array{3, 1, 2, 1}", "1", "2", "3", "9"), setup = { "s = $Class($array)" },
   },
   {
     file = "string-sets.md", title = "Sets of Strings", classes = "^String%u%l+Set", text = true,
+    quote = { file = "word_index.lua", from = "-- A hash map keeps no order", to = "end" },
     intro = "Each String is in a set once or not at all.\n\n" .. strings .. "\n\n" .. commonSet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**.", hash = hash,
     words = setWords("String", 'Array{"c", "a", "b", "a"}', '"a"', '"b"', '"c"', '"z"'), setup = { "s = $Class($array)" },
   },
   {
     file = "variant-sets.md", title = "Sets of Variants", classes = "^Variant%u%l+Set", text = true, variants = true,
+    quote = { file = "log_report.lua", from = "local known", to = "for status in pairs(known)" },
     intro = "Each Variant is in a set once or not at all.\n\n" .. variants .. "\n\n" .. commonSet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**; Nil comes first. "
       .. mixedOrder,

@@ -1,9 +1,10 @@
 -- Writes the pages of the class reference into the directory given: vornik-host --reference DIRECTORY.
 --
 -- Declarations come from the registered classes, descriptions from members.lua, and what examples answer from
--- running them. Stops at a member without a description, and at a description without a member.
+-- running them. Stops at a member without a description, and at a description without a member. The second argument
+-- is the directory of the example scripts, which the pages quote.
 
-local directory = arg[1]
+local directory, examples = arg[1], arg[2]
 local here = arg[0]:match("^(.*/)") or ""
 local families = dofile(here .. "families.lua")
 local members = dofile(here .. "members.lua")
@@ -65,6 +66,21 @@ local function run(lines, environment, family)
   return "```lua\n" .. table.concat(shown, "\n") .. "\n```\n"
 end
 
+-- ---- Quotations: lines of an example, from the first that starts with one text to the next that does with another
+
+local function quotation(quote)
+  local lines, inside = {}, false
+  for line in io.lines(examples .. "/" .. quote.file) do
+    inside = inside or line:sub(1, #quote.from) == quote.from
+    if inside then lines[#lines + 1] = line end
+    if inside and line:sub(1, #quote.to) == quote.to then
+      return ("From [`examples/%s`](../../examples/%s):\n\n```lua\n%s\n```\n"):format(
+        quote.file, quote.file, table.concat(lines, "\n"))
+    end
+  end
+  stop(("%s has no lines from '%s' to '%s'"):format(quote.file, quote.from, quote.to))
+end
+
 -- ---- Pages ----
 
 local described = {}
@@ -116,7 +132,8 @@ local function memberEntry(heading, scope, name, family)
 end
 
 local function page(family, classes)
-  local out = { "# " .. family.title .. "\n", prose(family.intro, family), "## Classes\n" }
+  local out = { "# " .. family.title .. "\n", prose(family.intro, family), "## In use\n", quotation(family.quote),
+                "## Classes\n" }
   local entries, seen = { container = {}, iterator = {} }, {}
   local function entry(heading, scope, name)
     if seen[heading] then return end
