@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t kTableLimit = 1000;
 constexpr std::uint64_t kConstantLimit = 4000;
-/// A larger count is taken for garbage, and the table is not read.
+/// A larger count is reported as out of range, and the entries are not checked.
 constexpr std::uint64_t kReadableLimit = 10000;
 
 constexpr std::uint32_t kConsoleSafe = 4;

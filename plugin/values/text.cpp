@@ -19,6 +19,12 @@ void debugLog(const char* message) {
   if (DebuggingEnabled) LogMessageX("%s%s", kDebugPrefix, message);
 }
 
+void debugLog(const char* message, std::uint64_t value) {
+  if (DebuggingEnabled) {
+    LogMessageX("%s%s %lu", kDebugPrefix, message, static_cast<unsigned long>(value));
+  }
+}
+
 template <typename Unit>
 std::unique_ptr<Unit[]> zeroFilled(std::int64_t units) {
   return std::unique_ptr<Unit[]>(new (std::nothrow) Unit[static_cast<std::size_t>(units)]());
@@ -47,7 +53,7 @@ void replaceByCopy(rbText::Form<Unit>& form, Change change) {
 
 template <typename Unit>
 void terminate(rbText::Form<Unit>& form) {
-  if (form.data[form.length] == 0) return;
+  if (form.length < 0 || form.data[form.length] == 0) return;
   debugLog("String is not zero terminated. Fixed.");
   replaceByCopy(form, [](Unit unit) { return unit; });
 }
@@ -206,14 +212,8 @@ rbText::rbText(REALstringStruct* string) noexcept : leadingGuard_(kGuard), trail
 }
 
 rbText::~rbText() {
-  if (leadingGuard_ != kGuard) {
-    LogMessageX("%s%s %lu", kDebugPrefix, "Check1 in rbText invalid",
-                static_cast<unsigned long>(leadingGuard_));
-  }
-  if (trailingGuard_ != kGuard) {
-    LogMessageX("%s%s %lu", kDebugPrefix, "Check2 in rbText invalid",
-                static_cast<unsigned long>(trailingGuard_));
-  }
+  if (leadingGuard_ != kGuard) debugLog("Check1 in rbText invalid", leadingGuard_);
+  if (trailingGuard_ != kGuard) debugLog("Check2 in rbText invalid", trailingGuard_);
   handBack(utf8);
   handBack(utf16);
   if (ownsString_ && string_ != nullptr) REALUnlockString(string_);
@@ -278,10 +278,10 @@ void rbText::decodeUTF8() noexcept {
   if (utf8.length < 1) return;
   utf16.owned = zeroFilled<std::uint16_t>(utf8.length + 8);
   if (utf16.owned == nullptr) return;
-  const DecodedUTF8 decoded = vornik::decodeUTF8(utf8.data, utf8.length, utf16.owned.get());
-  if (decoded.consumed < utf8.length && DebuggingEnabled) {
-    LogMessageX("%s%s %lu", kDebugPrefix, "Illegal UTF-8 sequence!",
-                static_cast<unsigned long>(decoded.consumed));
+  const auto count = static_cast<std::uint32_t>(utf8.length);  // what is past 4 GiB is not text of a key
+  const DecodedUTF8 decoded = vornik::decodeUTF8(utf8.data, count, utf16.owned.get());
+  if (decoded.consumed < count) {
+    debugLog("Illegal UTF-8 sequence!", static_cast<std::uint64_t>(decoded.consumed));
   }
   utf16.data = utf16.owned.get();
   utf16.length = decoded.units;

@@ -49,22 +49,25 @@ class rbText {
   void ConvertUTF8() noexcept;
   void ConvertUTF16() noexcept;
 
-  Form<char> utf8;
-  Form<std::uint16_t> utf16;
-
   std::uint32_t encoding() const { return encoding_; }
   Classification classification() const { return classification_; }
 
  private:
   void becomeEmpty() noexcept;
-  void useHostBytes() noexcept;
   void redeclare() noexcept;
   void widenASCII() noexcept;
   void decodeUTF8() noexcept;
 
+  // The guards stand around everything else.
   std::uint64_t leadingGuard_;
   REALstringStruct* string_ = nullptr;
   bool ownsString_ = false;  // of unknown encoding, declared anew
+
+ public:
+  Form<char> utf8;
+  Form<std::uint16_t> utf16;
+
+ private:
   std::uint32_t encoding_ = kEncodingASCII;
   Classification classification_ = PureASCII;
   std::uint64_t trailingGuard_;

@@ -1,16 +1,24 @@
 #include "plugin/values/variant_keys.h"
 
 #include <bit>
+#include <utility>
 
 namespace vornik {
 namespace {
 
 /// A host class, asked for once; a reference that could not be had is not asked for again.
-template <FixedText Name>
-bool isOfClass(REALobjectStruct* variant) {
-  static void* const classReference = REALGetClassRef(Name.text);
-  return classReference != nullptr && REALObjectIsA(variant, classReference);
-}
+struct ClassReference {
+  const char* name;
+  bool asked = false;
+  void* reference = nullptr;
+
+  bool includes(REALobjectStruct* object) {
+    if (!std::exchange(asked, true)) reference = REALGetClassRef(name);
+    return reference != nullptr && REALObjectIsA(object, reference);
+  }
+};
+ClassReference cVariantUInt32{"_VariantUInt32"};
+ClassReference cVariantUInt64{"_VariantUInt64"};
 
 std::int64_t address(const VariantOperand& operand) {
   return std::bit_cast<std::int64_t>(operand.variant());
@@ -71,8 +79,8 @@ std::uint32_t hashOf(const VariantOperand& variant, HashText hashText) {
 
 std::int64_t GetVariantType(REALobjectStruct* variant) {
   const std::int64_t type = GetVariantTypeInternal(variant);
-  if (type == kVariantInt64 && isOfClass<"_VariantUInt64">(variant)) return kVariantUInt64;
-  if (type == kVariantInt32 && isOfClass<"_VariantUInt32">(variant)) return kVariantUInt32;
+  if (type == kVariantInt64 && cVariantUInt64.includes(variant)) return kVariantUInt64;
+  if (type == kVariantInt32 && cVariantUInt32.includes(variant)) return kVariantUInt32;
   return type;
 }
 
