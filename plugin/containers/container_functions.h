@@ -58,8 +58,7 @@ struct ContainerFunctions {
   }
 
   static void clear(REALobjectStruct* self) {
-    const DroppedCache cache(data(self));
-    withContainer(data(self), [](auto& container) { const auto removed = container.extractAll(); });
+    changeContainer(self, [](auto& container) { const auto removed = container.extractAll(); });
   }
 
   // ---- Keys
@@ -71,8 +70,7 @@ struct ContainerFunctions {
   }
 
   static std::int64_t erase3(REALobjectStruct* self, Key key) {
-    const DroppedCache cache(data(self));
-    return withContainer(data(self), [&](auto& container) {
+    return changeContainer(self, [&](auto& container) {
       const auto place = container.find(probe(container, key));
       if (place == container.end()) return std::int64_t{0};
       [[maybe_unused]] const auto removed = container.extract(place);
@@ -141,6 +139,17 @@ struct ContainerFunctions {
     return withContainer(d, operation, [] { RaiseException("NilObjectException", Class::kMissing); });
   }
 
+  /// The same for operations that change the entries. They drop the cache also where there is no container,
+  /// and then before they raise: its elements can run script code as they go.
+  template <typename Operation>
+  static auto changeContainer(REALobjectStruct* self, Operation&& operation) {
+    DroppedCache cache(data(self));
+    return withContainer(data(self), operation, [&] {
+      { const DroppedCache gone(std::move(cache)); }
+      RaiseException("NilObjectException", Class::kMissing);
+    });
+  }
+
   /// One new, empty container.
   static Containers newContainers(bool caseSensitive) {
     Containers fresh;
@@ -200,13 +209,14 @@ struct ContainerFunctions {
     }
     OwnedObject iterator(REALnewInstance(Class::kIteratorName));
     if (!iterator) return nullptr;
-    withContainer(data(self), [&](auto& container) {
+    const bool placed = withContainer(data(self), [&](auto& container) {
       const void* address = &container;
       IteratorData& cells = iteratorData(iterator.get());
       PositionHandle& cell = address == data(self).sensitive ? cells.sensitivePos : cells.insensitivePos;
       cell = container.handle(locate(container));
+      return true;
     });
-    return iterator.release();
+    return placed ? iterator.release() : nullptr;
   }
 
  private:

@@ -41,7 +41,7 @@ struct MapFunctions : IndexFunctions<Class> {
     // itself.
     if (other == self || !isInitialized(source)) {
       { const Containers old = replaceContainers(data(self), Containers()); }
-      return RaiseException("NilObjectException", "Other map not initialized");
+      if (!isInitialized(source)) return RaiseException("NilObjectException", "Other map not initialized");
     }
     Containers copy = copyOf(source);
     data(self).caseSensitive = source.caseSensitive;
@@ -107,8 +107,7 @@ struct MapFunctions : IndexFunctions<Class> {
   }
 
   static void setvalue(REALobjectStruct* self, Key key, Value value) {
-    const DroppedCache cache(data(self));
-    withContainer(data(self), [&](auto& container) {
+    Base::changeContainer(self, [&](auto& container) {
       auto held = Class::Value::hold(value);
       // Leaves with the old value, which dies when the entry already has the new one.
       std::swap(container.value(container.findOrInsert(probe(container, key))), held);

@@ -73,6 +73,8 @@ class OrderedTree {
   }
 
   /// Appends copies of all entries of `other`, which has the same order, to this empty container. Linear.
+  /// Where Variants of different types are in no consistent order, the sequence is kept as far as neighbours
+  /// agree with it.
   void copyFrom(OrderedTree& other) {
     for (auto& [key, entry] : other.tree_) tree_.try_emplace(tree_.end(), key)->second.value = entry.value;
   }

@@ -41,8 +41,8 @@ struct SetFunctions : IndexFunctions<Class> {
   }
 
   static void insert(REALobjectStruct* self, Key key) {
-    const DroppedCache cache(data(self));
-    withContainer(data(self), [&](auto& container) { container.findOrInsert(Base::probe(container, key)); });
+    Base::changeContainer(self,
+                          [&](auto& container) { container.findOrInsert(Base::probe(container, key)); });
   }
 
   static bool lookup(REALobjectStruct* self, Key key) { return Base::countRB(self, key) != 0; }
@@ -50,7 +50,7 @@ struct SetFunctions : IndexFunctions<Class> {
   // Unlike maps, a set without a container lets positions pass in silence.
   static void erase1(REALobjectStruct* self, REALobjectStruct* pos) {
     if (pos == nullptr) return;
-    eachContainer(self, [&](auto& container, PositionHandle SetIteratorData::*cell) {
+    withOwnContainer(self, [&](auto& container, PositionHandle SetIteratorData::*cell) {
       if (const PositionHandle handle = Base::iteratorData(pos).*cell)
         Base::removeAt(self, container, handle);
     });
@@ -58,7 +58,7 @@ struct SetFunctions : IndexFunctions<Class> {
 
   static void erase2(REALobjectStruct* self, REALobjectStruct* first, REALobjectStruct* last) {
     if (first == nullptr || last == nullptr) return;
-    eachContainer(self, [&](auto& container, PositionHandle SetIteratorData::*cell) {
+    withOwnContainer(self, [&](auto& container, PositionHandle SetIteratorData::*cell) {
       const PositionHandle from = Base::iteratorData(first).*cell;
       const PositionHandle to = Base::iteratorData(last).*cell;
       if (from != 0 && to != 0) Base::removeRange(self, container, from, to);
@@ -83,10 +83,14 @@ struct SetFunctions : IndexFunctions<Class> {
     Base::install(self, std::move(fresh), true);
   }
 
+  /// Runs `operation` on the container that is there, if one is, with the field of its iterators' positions.
   template <typename Operation>
-  static void eachContainer(REALobjectStruct* self, Operation operation) {
-    if (auto* sensitive = data(self).sensitive) operation(*sensitive, &SetIteratorData::sensitivePos);
-    if (auto* insensitive = data(self).insensitive) operation(*insensitive, &SetIteratorData::insensitivePos);
+  static void withOwnContainer(REALobjectStruct* self, Operation operation) {
+    if (auto* sensitive = data(self).sensitive) {
+      operation(*sensitive, &SetIteratorData::sensitivePos);
+    } else if (auto* insensitive = data(self).insensitive) {
+      operation(*insensitive, &SetIteratorData::insensitivePos);
+    }
   }
 };
 

@@ -11,7 +11,13 @@ namespace vornik {
 struct PositionTableTest {
   template <typename Table>
   static void setGeneration(SlotNumber number, std::uint32_t generation) {
-    Table::slots_[number].generation = generation;
+    Table::slotOf(number).generation = generation;
+  }
+  template <typename Table>
+  static int blocksInMemory() {
+    int blocks = 0;
+    for (std::uint32_t i = 0; i < Table::blockCount_; ++i) blocks += Table::blocks_[i].slots != nullptr;
+    return blocks;
   }
 };
 
@@ -53,6 +59,28 @@ TEST(Positions, SlotsAreReusedAndSurviveGrowth) {
     numbers.insert(static_cast<SlotNumber>(passing.handle(&owner, i)));
   }
   EXPECT_EQ(numbers.size(), 1u) << "a slot that was freed is the next to be taken";
+}
+
+TEST(Positions, UnusedBlocksGiveTheirMemoryBackAndOldHandlesStayStale) {
+  struct Own {};
+  using OwnTable = PositionTable<Own, int>;
+  Own owner;
+  std::set<PositionHandle> stale;
+  for (int round = 0; round < 20; ++round) {
+    std::vector<PositionAnchor<OwnTable>> anchors(3000);
+    // Another part of the blocks each time, and one position that stays in the middle of them.
+    const std::size_t used = 3000 - 149 * static_cast<std::size_t>(round);
+    std::vector<PositionHandle> handles;
+    for (std::size_t i = 0; i < used; ++i) handles.push_back(anchors[i].handle(&owner, static_cast<int>(i)));
+    for (const PositionHandle handle : stale) ASSERT_EQ(OwnTable::resolve(handle), nullptr);
+    for (std::size_t i = 0; i < used; ++i) {
+      ASSERT_EQ(OwnTable::resolve(handles[i])->place, static_cast<int>(i));
+      if (i != used / 2) anchors[i].release();
+    }
+    EXPECT_LE(PositionTableTest::blocksInMemory<OwnTable>(), 2);
+    EXPECT_EQ(OwnTable::resolve(handles[used / 2])->place, static_cast<int>(used / 2));
+    for (const PositionHandle handle : handles) EXPECT_TRUE(stale.insert(handle).second);
+  }
 }
 
 TEST(Positions, ASlotWhoseGenerationsAreUsedUpIsRetired) {
