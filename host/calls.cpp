@@ -57,6 +57,30 @@ std::string listOfTypes(const std::vector<Value>& arguments) {
   return list;
 }
 
+std::string parametersOf(const Declaration& declaration) {
+  std::string list;
+  for (const DeclaredParameter& parameter : declaration.parameters) {
+    list += fmt::format("{}{}{} as {}", list.empty() ? "" : ", ", parameter.name,
+                        parameter.type.isArray ? "()" : "", parameter.type.name);
+    if (parameter.defaultText) list += " = " + *parameter.defaultText;
+  }
+  return '(' + list + ')';
+}
+
+/// What the overloads of a name take, for a script whose arguments fit none of them.
+std::string listOfOverloads(const ThingClass& start, std::string_view name, Access access) {
+  std::string list;
+  for (const ThingClass* type = &start; type != nullptr; type = type->superclass) {
+    if (type->registered == nullptr) continue;
+    for (const RegisteredMethod& method : type->registered->methods) {
+      if (!sameName(method.declaration.name, name) || !allows(method, access)) continue;
+      list += (list.empty() ? "" : ", ") + parametersOf(method.declaration);
+      if (access == Access::kAssign) list += " = " + method.declaration.result.name;
+    }
+  }
+  return list;
+}
+
 Arguments convert(const RegisteredMethod& method, const std::vector<Value>& values) {
   Arguments arguments;
   for (std::size_t i = 0; i < values.size(); ++i) arguments.add(values[i], parameterType(method, i));
@@ -143,9 +167,9 @@ Value callMethod(const ObjectRef& object, std::string_view name, const std::vect
   const RegisteredMethod* method = chooseOverload(type, name, arguments, access);
   if (method == nullptr) {
     if (!hasMethod(type, name)) throw ScriptError(fmt::format("{} has no method {}", type.name, name));
-    throw ScriptError(fmt::format("{}.{} cannot be {} ({})", type.name, name,
+    throw ScriptError(fmt::format("{}.{} cannot be {} ({}); it takes {}", type.name, name,
                                   access == Access::kCall ? "called with" : "assigned",
-                                  listOfTypes(arguments)));
+                                  listOfTypes(arguments), listOfOverloads(type, name, access)));
   }
   const Arguments converted = convert(*method, arguments);
   (access == Access::kAssign ? method->assigned : method->called) = true;

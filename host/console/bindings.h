@@ -8,9 +8,11 @@
 #define VORNIK_HOST_CONSOLE_BINDINGS_H
 
 #include <lua.hpp>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/host.h"
 #include "host/value.h"
 
 namespace vornik::host::console {
@@ -48,6 +50,8 @@ std::vector<Value> readValues(lua_State* L, int first);
 Value requireObject(lua_State* L, int index, const char* type = nullptr);
 /// Nil instead of an error.
 Value objectAt(lua_State* L, int index);
+/// A value as a script would write it, if it can: text in quotes, variants by type, objects by their class.
+std::string describe(Host& host, const Value& value);
 /// The text at an index, without conversion of numbers; ScriptError naming `what` when there is none.
 std::string_view requireText(lua_State* L, int index, const char* what);
 

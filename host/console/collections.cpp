@@ -1,6 +1,7 @@
 // Host arrays and dictionaries: `Array{...}`, `array[i]`, `array[i] = v`, `array:append(v)`,
 // `array:totable()`; `Dictionary{...}`, `Dictionary(map)`, `dictionary[key]`, `dictionary[key] = v`; `#` and
 // `pairs()` for both. Arrays are indexed from 0, as in the host's language.
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string>
@@ -202,10 +203,31 @@ int eachDictionaryEntry(lua_State* L) {
   return 1;
 }
 
-int collectionToText(lua_State* L) {
-  const Value object = requireObject(L, 1);
-  lua_pushfstring(L, "%s: %p", Session::of(L).host().className(object).c_str(),
-                  static_cast<const void*>(object.object().get()));
+/// How many elements the text of a collection shows.
+constexpr std::size_t kDescribed = 20;
+
+int arrayToText(lua_State* L) {
+  std::string text = "Array{";
+  Host& host = Session::of(L).host();
+  const std::vector<Value> elements = host.elements(arrayAt(L, 1));
+  for (std::size_t i = 0; i < std::min(elements.size(), kDescribed); ++i) {
+    text += (i > 0 ? ", " : "") + describe(host, elements[i]);
+  }
+  text += elements.size() > kDescribed ? ", ...}" : "}";
+  lua_pushlstring(L, text.data(), text.size());
+  return 1;
+}
+
+int dictionaryToText(lua_State* L) {
+  std::string text = "Dictionary{";
+  Host& host = Session::of(L).host();
+  const auto entries = host.entries(dictionaryAt(L, 1));
+  for (std::size_t i = 0; i < std::min(entries.size(), kDescribed); ++i) {
+    const auto& [key, value] = entries[i];
+    text += (i > 0 ? ", [" : "[") + describe(host, key) + "] = " + describe(host, value);
+  }
+  text += entries.size() > kDescribed ? ", ...}" : "}";
+  lua_pushlstring(L, text.data(), text.size());
   return 1;
 }
 
@@ -213,9 +235,9 @@ int collectionToText(lua_State* L) {
 
 void openCollections(lua_State* L) {
   static constexpr luaL_Reg kArray[] = {
-      {"__index", binding<readElement>},         {"__newindex", binding<writeElement>},
-      {"__len", binding<arrayLength>},           {"__pairs", binding<eachElement>},
-      {"__tostring", binding<collectionToText>}, {nullptr, nullptr}};
+      {"__index", binding<readElement>},    {"__newindex", binding<writeElement>},
+      {"__len", binding<arrayLength>},      {"__pairs", binding<eachElement>},
+      {"__tostring", binding<arrayToText>}, {nullptr, nullptr}};
   defineType(L, kArrayType, kArray);
   lua_register(L, "Array", binding<createArray>);
 
@@ -223,7 +245,7 @@ void openCollections(lua_State* L) {
                                              {"__newindex", binding<writeEntry>},
                                              {"__len", binding<entryCount>},
                                              {"__pairs", binding<eachDictionaryEntry>},
-                                             {"__tostring", binding<collectionToText>},
+                                             {"__tostring", binding<dictionaryToText>},
                                              {nullptr, nullptr}};
   defineType(L, kDictionaryType, kDictionary);
   lua_register(L, "Dictionary", binding<createDictionary>);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "fmt/format.h"
+
 namespace vornik::host::console {
 namespace {
 
@@ -22,7 +24,7 @@ void fitInteger(Value& value, const std::string& what) {
   const double* const number = std::get_if<double>(&value.held());
   if (number == nullptr) return;
   const std::optional<std::int64_t> integer = asInteger(*number);
-  if (!integer) throw ScriptError(what + " must be an Integer, not " + std::to_string(*number));
+  if (!integer) throw ScriptError(what + " must be an Integer, not " + fmt::format("{:.14g}", *number));
   value = Value(*integer);
 }
 

@@ -34,7 +34,8 @@ int readMember(lua_State* L) {
   const Value object = requireObject(L, 1);
   const std::string className = session.host().className(object);
   if (lua_type(L, 2) != LUA_TSTRING) {
-    throw ScriptError("class " + className + " is indexed by member names, not by a " + luaL_typename(L, 2));
+    throw ScriptError("class " + className + " is indexed by member names, not by a " + luaL_typename(L, 2) +
+                      "; the entries of a map are in object.value");
   }
   const Member& member = session.members().find(className, requireText(L, 2, "a member name"));
   if (!member.readsAsValue()) {
@@ -49,6 +50,7 @@ int readMember(lua_State* L) {
 
 void assign(Session& session, const Value& object, const Member& member, std::vector<Value> arguments,
             Value value) {
+  if (member.property != nullptr) throw ScriptError(member.fullName() + " is read-only");
   bool assignable = false;
   for (const RegisteredMethod* method : member.methods) {
     assignable = assignable ||
@@ -100,7 +102,9 @@ int writeIndexed(lua_State* L) {
 }
 
 int memberToText(lua_State* L) {
-  lua_pushstring(L, boundMemberAt(L, 1).member.fullName().c_str());
+  const BoundMember bound = boundMemberAt(L, 1);
+  lua_pushfstring(L, "%s, a method: object:%s(...)", bound.member.fullName().c_str(),
+                  bound.member.name.c_str());
   return 1;
 }
 

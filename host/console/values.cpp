@@ -1,11 +1,13 @@
 // Host values that Lua has no type of its own for: strings in other encodings, as in String(bytes,
 // "UTF-16LE"), and variants of exact type, as in Variant.Int32(5).
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "fmt/format.h"
 #include "host/console/bindings.h"
 #include "host/console/session.h"
 
@@ -59,6 +61,17 @@ void require(bool fits, const VariantKind& kind, const char* wanted) {
   if (!fits) throw ScriptError(std::string("Variant.") + kind.name + " takes " + wanted);
 }
 
+/// A Currency counts ten-thousandths in 64 bits.
+Value asCurrency(const Value& content) {
+  const auto* const integer = std::get_if<std::int64_t>(&content.held());
+  const double number = integer != nullptr ? static_cast<double>(*integer) : std::get<double>(content.held());
+  const double parts = std::round(number * 10'000);
+  if (!(std::fabs(parts) < 0x1p63)) {
+    throw ScriptError(fmt::format("{:.14g} does not fit in Variant.Currency", number));
+  }
+  return parts / 10'000;
+}
+
 void checkContent(const VariantKind& kind, Value& content) {
   const bool isInteger = std::holds_alternative<std::int64_t>(content.held());
   const bool isNumber = isInteger || std::holds_alternative<double>(content.held());
@@ -71,7 +84,9 @@ void checkContent(const VariantKind& kind, Value& content) {
       }
       break;
     case Content::kNumber:
-      return require(isNumber, kind, "a number");
+      require(isNumber, kind, "a number");
+      if (kind.type == VariantType::kCurrency) content = asCurrency(content);
+      break;
     case Content::kBoolean:
       return require(std::holds_alternative<bool>(content.held()), kind, "a Boolean");
     case Content::kText:
@@ -92,6 +107,18 @@ const char* typeOf(const Host& host, const Value& variant, std::string& name) {
   return name.empty() ? "Variant" : name.c_str();
 }
 
+std::string quoted(const std::string& text) {
+  return '"' + text + '"';
+}
+
+/// "Variant.Int32(5)".
+std::string describeVariant(Host& host, const Value& variant) {
+  std::string type;
+  const std::string text = host.get(variant, "StringValue").text();
+  const bool isText = std::holds_alternative<StringRef>(host.unbox(variant).held());
+  return fmt::format("Variant.{}({})", typeOf(host, variant, type), isText ? quoted(text) : text);
+}
+
 int readVariant(lua_State* L) {
   Host& host = Session::of(L).host();
   const Value variant = requireObject(L, 1, kVariantType);
@@ -108,13 +135,8 @@ int readVariant(lua_State* L) {
 }
 
 int variantToText(lua_State* L) {
-  Host& host = Session::of(L).host();
   const Value variant = requireObject(L, 1, kVariantType);
-  std::string type;
-  std::string text = std::string("Variant.") + typeOf(host, variant, type) + '(';
-  const bool isText = std::holds_alternative<StringRef>(host.unbox(variant).held());
-  const std::string quote = isText ? "\"" : "";
-  text += quote + host.get(variant, "StringValue").text() + quote + ')';
+  const std::string text = describeVariant(Session::of(L).host(), variant);
   lua_pushlstring(L, text.data(), text.size());
   return 1;
 }
@@ -163,19 +185,56 @@ int equalStrings(lua_State* L) {
   return 1;
 }
 
+/// Variant.Foo, and Variant(3).
+int refuseVariant(lua_State*) {
+  std::string known;
+  for (const VariantKind& kind : kVariantKinds) known += std::string(", ") + kind.name;
+  throw ScriptError("variants are made by type, as in Variant.Int32(3); there are Nil" + known);
+}
+
+int readNil(lua_State* L) {
+  const std::string_view name = requireText(L, 2, "a member name");
+  if (sameName(name, "type")) {
+    lua_pushliteral(L, "Nil");
+  } else if (sameName(name, "value")) {
+    lua_pushnil(L);
+  } else {
+    throw ScriptError("variants have no member '" + std::string(name) + "'; there are type and value");
+  }
+  return 1;
+}
+
 int nilToText(lua_State* L) {
   lua_pushliteral(L, "Variant.Nil");
   return 1;
 }
 
+/// Whether Lua has a type of its own for what is in variants of this class.
+bool isPlainVariant(std::string_view className) {
+  const std::string_view type = className.substr(kVariantClasses.size());
+  return type == "Int64" || type == "Double" || type == "Boolean" || type == "String";
+}
+
 }  // namespace
+
+std::string describe(Host& host, const Value& value) {
+  if (value.isNil()) return "nil";
+  if (const auto* boolean = std::get_if<bool>(&value.held())) return *boolean ? "true" : "false";
+  if (const auto* integer = std::get_if<std::int64_t>(&value.held())) return std::to_string(*integer);
+  if (const auto* number = std::get_if<double>(&value.held())) {
+    std::string text = fmt::format("{:.14g}", *number);
+    if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";  // as Lua writes it
+    return text;
+  }
+  if (std::holds_alternative<StringRef>(value.held())) return quoted(value.text());
+  const std::string name = host.className(value);
+  if (!name.starts_with(kVariantClasses)) return name;
+  return isPlainVariant(name) ? describe(host, host.unbox(value)) : describeVariant(host, value);
+}
 
 void pushVariant(lua_State* L, const Value& variant) {
   const Host& host = Session::of(L).host();
-  const std::string name = host.className(variant);
-  for (const char* plain : {"Int64", "Double", "Boolean", "String"}) {
-    if (name.substr(kVariantClasses.size()) == plain) return pushValue(L, host.unbox(variant));
-  }
+  if (isPlainVariant(host.className(variant))) return pushValue(L, host.unbox(variant));
   pushReference(L, variant, kVariantType);
 }
 
@@ -208,12 +267,20 @@ void openValues(lua_State* L) {
   luaL_newmetatable(L, kNilType);
   lua_pushcfunction(L, nilToText);
   lua_setfield(L, -2, "__tostring");
+  lua_pushcfunction(L, binding<readNil>);
+  lua_setfield(L, -2, "__index");
   lua_pushboolean(L, 0);
   lua_setfield(L, -2, "__metatable");
   lua_setmetatable(L, -2);
   lua_pushvalue(L, -1);
   lua_rawsetp(L, LUA_REGISTRYINDEX, kNilType);
   lua_setfield(L, -2, "Nil");
+  lua_createtable(L, 0, 2);
+  for (const char* use : {"__index", "__call"}) {
+    lua_pushcfunction(L, binding<refuseVariant>);
+    lua_setfield(L, -2, use);
+  }
+  lua_setmetatable(L, -2);
   lua_setglobal(L, "Variant");
 }
 

@@ -14,11 +14,12 @@ local strings = [[
 Every object chooses, when it is constructed, whether its keys are case-sensitive; `CaseSensitive` tells. Two
 Strings are the same case-sensitive key when they are the same text up to the first zero character, in whatever
 encodings they came. Case-insensitively the host's own comparison decides. A key that is there already keeps the
-letters it was first given. The nil String is the same key as the empty one.]]
+letters it was first given. Case-sensitive text is in the order of its code points: Z before a, and ä after z. The
+nil String is the same key as the empty one.]]
 
 local variants = [[
-Variants of different types are different keys: the Integer 1, the Double 1.0 and the String "1" are three. The
-unsigned Integers are types of their own. Objects are the same
+Variants of different types are different keys: the Integer 1, the Double 1.0 and the String "1" are three, and so are
+an Int32, an Int64 and an unsigned 1, a Single and a Double, a Currency, or a Text and a String. Objects are the same
 key when they are the same object. Nil is a key. Keys that hold text follow the object's choice: see
 `CaseSensitive`.]]
 

@@ -42,30 +42,33 @@ the entries and never shrinks, not even when the $container is cleared.]],
     example = { "$Class(false).CaseSensitive" },
   },
   ["Constructor(dic)"] = {
-    text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types.
-Where two keys convert to the same Integer, the later value stays. From nil, an empty map.]],
+    text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types; a
+text that is no number becomes 0. Where two keys convert to the same Integer, the later value stays. From a Dictionary
+that is nil, an empty map.]],
     cost = "as many insertions as the Dictionary has entries.",
     example = { '$Class(Dictionary{[$a] = "x"}).Keys', "$Hash(Dictionary($m)).Count" },
   },
   ["Constructor(dic, CaseSensitive)"] = {
     text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types.
 `CaseSensitive` defaults to True. Where two keys are the same in the map, the first key stays, with the later value.
-From nil, an empty map.]],
+From a Dictionary that is nil, an empty map.]],
     cost = "as many insertions as the Dictionary has entries.",
     example = { '$Class(Dictionary{a = "x"}).Keys', "$Class(nil, false).CaseSensitive", "$Hash(Dictionary($m)).Count" },
   },
   ["Constructor(other)"] = {
-    text = [[A copy of a map of the same class, with its choice of case where there is one: keys, and the values
-themselves, so that an object as a value is in both maps. In hash classes the copy's buckets are its own, so
-`BinCount` and the order of visits may differ from the original's.
+    text = function(family)
+      return "A copy of a map of the same class" .. (family.text and ", with its choice of case" or "") .. [[: keys, and
+the values themselves, so that an object as a value is in both maps. In hash classes the copy's buckets are its own,
+so `BinCount` and the order of visits may differ from the original's.
 
 **A map cannot be copied into itself:** its entries go first, and what is left is an object without a container,
-whose members raise NilObjectException "Map not initialized" until it is constructed again.]],
+whose members raise NilObjectException "Map not initialized" until it is constructed again.]]
+    end,
     cost = "linear; in hash classes on average.",
     raises = [[NilObjectException "Other map is nil", and the object stays as it was. NilObjectException "Other map
 not initialized" for the object itself, and for an object without a container; this object then has none either.]],
     example = function(family)
-      -- With Integer keys, the console takes a bare nil for a Dictionary.
+      -- A bare nil is taken for the first parameter that it fits: the Dictionary where the key is an Integer.
       return { "$Class($m).Count", family.text and "$Class(nil)" or "$Class($m:Clone()).Count",
                "$m:Constructor($m)", "$m.Count" }
     end,
@@ -87,13 +90,19 @@ not initialized" for the object itself, and for an object without a container; t
     example = { "$m:CloneDictionary()" },
   },
   ["Operator_Convert"] = {
-    text = [[The same as [CloneDictionary](#clonedictionary). The host calls it where a map stands and a Dictionary
-is wanted.]],
-    example = { "$Hash($m).Count" },
+    text = function(family)
+      return [[The same as [CloneDictionary](#clonedictionary). The host calls it where a map stands and a Dictionary
+is wanted: in the example, an ordered map where the hash map's [Constructor(dic]]
+        .. (family.text and [[, CaseSensitive)](#constructordic-casesensitive) wants one. The new map has its own choice
+of case.]] or ")](#constructordic) wants one.")
+    end,
+    example = function(family) return { "$Hash($m).Count", family.text and "$Hash($m, false).CaseSensitive" or nil } end,
   },
   ["Clone"] = {
-    text = [[A new map with the same entries and the same choice of case, made as
-[Constructor(other)](#constructorother) makes a copy.]],
+    text = function(family)
+      return "A new map with the same entries" .. (family.text and " and the same choice of case" or "")
+        .. ", made as [Constructor(other)](#constructorother) makes a copy."
+    end,
     cost = "linear; in hash classes on average.",
     example = { "c = $m:Clone()", "c:Remove($a)", "c.Count", "$m.Count" },
   },
@@ -185,18 +194,28 @@ or at the end position.]]
   },
 
   ["Remove(pos)"] = {
-    text = [[Removes the entry at a position. Iterators at it become invalid; all others stay. Nil, and an iterator
-of an object with the other choice of case, do nothing.]] .. snapshot,
+    text = function(family)
+      return "Removes the entry at a position. Iterators at it become invalid; all others stay. Nil"
+        .. (family.text and ", and an iterator of an object with the other choice of case, do" or " does")
+        .. " nothing." .. snapshot
+    end,
     cost = "constant on average.",
     raises = ofIterators .. [[OutOfBoundsException "Iterator is at the end position".]],
     example = { "it = $m:find($b)", "$m:Remove(it)", "$m.Count", "it.Key", "$m:Remove($m.last)" },
   },
   ["Remove(first, last)"] = {
-    text = [[Removes the entries from one position up to, not including, another. Nil on either side, and an
-iterator of an object with the other choice of case, do nothing.]] .. snapshot,
-    cost = "linear in the number of entries removed.",
+    text = function(family)
+      return "Removes the entries from one position up to, not including, another; none where the two are the same. Nil"
+        .. " on either side" .. (family.text and ", and an iterator of an object with the other choice of case, do"
+        or " does") .. " nothing." .. snapshot
+    end,
+    cost = "linear in the number of entries removed; where it raises, in the number of entries behind `first`.",
     raises = ofIterators .. [[OutOfBoundsException "last does not follow first", and nothing is removed.]],
-    example = { "$m:Remove($m.last, $m.first)", "$m:Remove($m.first, $m.last)", "$m.Count" },
+    example = function(family)
+      local lines = { "$m:Remove($m.last, $m.first)", "$m:Remove($m.first, $m.last)", "$m.Count" }
+      table.insert(lines, 2, "$m:Remove($m:find($absent), $m.last)")
+      return lines
+    end,
   },
   ["Remove(key)"] = {
     text = [[Removes the key's entry. Answers how many were removed: 1, or 0 where there is none. Iterators at the

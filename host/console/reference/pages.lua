@@ -29,12 +29,8 @@ local function show(value)
   if type(value) == "string" then return ("%q"):format(value) end
   if math.type(value) or type(value) ~= "userdata" or tostring(value):find("^Variant%.") then return tostring(value) end
   local class = ClassName(value)
-  if class ~= "Array" and class ~= "Dictionary" then return (class:find("^[AIO]") and "an " or "a ") .. class end
-  local parts = {}
-  for key, item in pairs(value) do
-    parts[#parts + 1] = class == "Array" and show(item) or ("[%s] = %s"):format(show(key), show(item))
-  end
-  return class .. "{" .. table.concat(parts, ", ") .. "}"
+  if class == "Array" or class == "Dictionary" then return tostring(value) end
+  return (class:find("^[AIO]") and "an " or "a ") .. class
 end
 
 local function answer(line, environment)
@@ -134,7 +130,7 @@ end
 local function page(family, classes)
   local out = { "# " .. family.title .. "\n", prose(family.intro, family), "## In use\n", quotation(family.quote),
                 "## Classes\n" }
-  local entries, seen = { container = {}, iterator = {} }, {}
+  local entries, seen, container = { container = {}, iterator = {} }, {}, nil
   local function entry(heading, scope, name)
     if seen[heading] then return end
     seen[heading] = true
@@ -145,9 +141,9 @@ local function page(family, classes)
     local scope = iterator and "iterator" or "container"
     out[#out + 1] = "### " .. class.name .. "\n"
     if iterator then
-      out[#out + 1] = ("What `first`, `last`, `find` and their like of %s answer.\n"):format(
-        class.name:gsub("Iterator", ""))
+      out[#out + 1] = ("What `first`, `last`, `find` and their like of %s answer.\n"):format(container)
     else
+      container = class.name  -- its iterator's class is registered next
       local order = class.name:find("Hash") and family.hash or family.ordered
       out[#out + 1] = prose(order .. " `MaxSize` is " .. _G[class.name]().MaxSize .. ".", family)
     end
@@ -164,7 +160,7 @@ local function page(family, classes)
     out[#out + 1] = ""
   end
   out[#out + 1] = "## Members\n"
-  out[#out + 1] = "Examples are lines for the console's prompt. Each starts from\n"
+  out[#out + 1] = "Examples are lines for the console's prompt; behind the arrow is what each answers. Each starts from\n"
   out[#out + 1] = run(family.setup, setmetatable({}, { __index = _G }), family)
   out[#out + 1] = table.concat(entries.container, "\n")
   out[#out + 1] = "## Members of iterators\n"
