@@ -3,25 +3,20 @@
 #include <gmock/gmock.h>
 
 #include <bit>
-#include <cstdio>
 #include <cstring>
-#include <functional>
 
 #include "plugin/frame/globals.h"
-#include "plugin/frame/log.h"
 #include "tests/unit/captured_log.h"
 
 namespace vornik {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
 
 void someFunction() {}
 const auto kStandard = std::bit_cast<REALproc>(~std::uint64_t{0});
-REALclassDefinition* lastRegistered = nullptr;
 
+REALclassDefinition* lastRegistered = nullptr;
 void registerClass(REALclassDefinition* definition) {
   lastRegistered = definition;
 }
@@ -29,247 +24,184 @@ void* resolve(const char* name) {
   return std::strcmp(name, "PluginRegisterClass") == 0 ? reinterpret_cast<void*>(&registerClass) : nullptr;
 }
 
-/// A definition without fault, for the cases to spoil.
+/// A definition without fault, for the tests to spoil.
 struct Sample {
   Sample() {
-    for (auto& m : methods) m = {&someFunction, nullptr, "Go", 4, 0, nullptr};
-    for (auto& p : properties)
-      p = {nullptr, "Size", "Integer", 6, &someFunction, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr};
     d.version = 15;
     d.name = "C";
     d.dataSize = 48;
-    d.methods = methods;
-    d.methodCount = 2;
-    d.properties = properties;
-    d.propertyCount = 2;
     d.flags = 4;
+    d.methods = &methods[0];
+    d.sharedMethods = &methods[1];
+    d.properties = &properties[0];
+    d.sharedProperties = &properties[1];
+    d.methodCount = d.sharedMethodCount = d.propertyCount = d.sharedPropertyCount = 1;
   }
-  std::vector<REALmethodDefinition> bigTable(std::size_t count) {
-    return std::vector<REALmethodDefinition>(count, methods[0]);
+  std::vector<std::string> linesOfRegistration() {
+    return test::logLinesOf([&] { MyREALRegisterClass(d); });
   }
 
-  REALmethodDefinition methods[2];
-  REALproperty properties[2];
-  REALattribute attributes[2] = {{"A", "1"}, {nullptr, nullptr}};
-  REALconstant constants[1] = {{nullptr, {0, 0}, 1, nullptr}};
-  REALevent events[1] = {{nullptr, 0, 0, attributes}};
-  REALdelegate delegates[1] = {{nullptr, 0, 1, attributes}};
+  static constexpr REALmethodDefinition kMethod{&someFunction, nullptr, "Go", 4, 0, nullptr};
+  static constexpr REALproperty kProperty{nullptr, "Size", "Integer", 4, &someFunction, nullptr, 6, 0,
+                                          nullptr, 0,      nullptr,   0, nullptr};
+  REALmethodDefinition methods[2] = {kMethod, kMethod};
+  REALproperty properties[2] = {kProperty, kProperty};
   REALclassDefinition d{};
 };
 
-struct Case {
-  const char* title;
-  std::function<void(Sample&)> spoil;
-  std::vector<std::string> lines;
-  double hostVersion = 2024.01;
-};
-
-void PrintTo(const Case& c, std::ostream* out) {
-  *out << c.title;
-}
-
-class DefinitionChecks : public ::testing::TestWithParam<Case> {
+class DefinitionChecks : public ::testing::Test {
  protected:
   void SetUp() override {
     gResolver = &resolve;
     gpartname = "Vornik";
     CurrentREALControlVersion = 13;
-    rbversion_rbversion = GetParam().hostVersion;
-    lastRegistered = nullptr;
+    rbversion_rbversion = 2024.01;
   }
 };
 
-TEST_P(DefinitionChecks, WritesExactlyTheLinesAndStillRegisters) {
+TEST_F(DefinitionChecks, SayNothingOfAFaultlessClassAndRoundItsDataSizeUp) {
   Sample sample;
-  GetParam().spoil(sample);
-  const auto lines = test::logLinesOf([&] { MyREALRegisterClass(sample.d); });
-  EXPECT_THAT(lines, ElementsAreArray(GetParam().lines));
+  EXPECT_THAT(sample.linesOfRegistration(), ElementsAre());
   EXPECT_EQ(lastRegistered, &sample.d);
   EXPECT_EQ(sample.d.version, 13);
+  for (const auto& [before, after] : {std::pair{0u, 0u}, {1u, 16u}, {33u, 48u}, {48u, 48u}}) {
+    sample.d.dataSize = before;
+    sample.linesOfRegistration();
+    EXPECT_EQ(sample.d.dataSize, after);
+  }
 }
 
-const Case kCases[] = {
-    {"Faultless", [](Sample&) {}, {}},
-    {"Version",
-     [](Sample& s) { s.d.version = 14; },
-     {"Error: The class C has the wrong kCurrentREALControlVersion: 14 vs. 15"}},
-    {"NoName", [](Sample& s) { s.d.name = nullptr; }, {"Error: A class without name."}},
-    {"ForSystemUse",
-     [](Sample& s) { s.d.forSystemUse = 8; },
-     {"Error: The class C has the wrong forSystemUse value: 8"}},
-    {"PairsInOrder",
-     [](Sample& s) {
-       s.d.properties = nullptr;
-       s.d.methodCount = 0;
-       s.d.eventCount = 1;
-       s.d.eventInstanceCount = 2;
-       s.d.constants = s.constants;
-       s.d.sharedPropertyCount = 3;
-       s.d.sharedMethods = s.methods;
-       s.d.attributeCount = 4;
-       s.d.delegateCount = 5;
-       s.d.enums = &s;
-     },
-     {"Error: The class C has the wrong propertyCount value: 2",
-      "Error: The class C has the wrong methodCount value: 0",
-      "Error: The class C has the wrong eventCount value: 1",
-      "Error: The class C has the wrong eventInstanceCount value: 2",
-      "Error: The class C has the wrong constantCount value: 0",
-      "Error: The class C has the wrong sharedPropertyCounttionCount value: 3",
-      "Error: The class C has the wrong sharedMethodCount value: 0",
-      "Error: The class C has the wrong attributeCount value: 4",
-      "Error: The class C has the wrong delegateCount value: 5",
-      "Error: The class C has the wrong enumCount value: 0",
-      "Error: The class extension C has wrong attributes: 4"}},
-    {"SubclassWithData",
-     [](Sample& s) { s.d.superclassName = "BaseQZR"; },
-     {"Warning: The subclass C of BaseQZR has data size: 48"}},
-    {"IOSOnlyOnOldHost",
-     [](Sample& s) {
-       s.d.flags = 0x400;
-       s.d.methodCount = s.d.propertyCount = 0;
-       s.d.methods = nullptr;
-       s.d.properties = nullptr;
-     },
-     {"Warning: iOS only class registered for old Xojo: C"},
-     2020.01},
-    {"ClassAttributes",
-     [](Sample& s) {
-       s.d.attributes = s.attributes;
-       s.d.attributeCount = 2;
-     },
-     {"Error: .C has an attribute without name! Index: 1",
-      "Error: .C has an attribute without value! Name: (null) Index: 1"}},
-    {"Methods",
-     [](Sample& s) {
-       s.methods[0].declaration = nullptr;
-       s.methods[1].function = nullptr;
-       s.methods[1].attributeCount = 10001;
-     },
-     {"Error: The method C.0 has nil declaration.", "Error: The method C.Go has nil function.",
-      "Error: The method C.Go has the wrong attributeCount value: 10001",
-      "Error: attribute count out of range for C.Go: 10001."}},
-    {"MissingMethodTable",
-     [](Sample& s) { s.d.methods = nullptr; },
-     {"Error: The class C has the wrong methodCount value: 2", "Error: method C.0 is NULL.",
-      "Error: method C.1 is NULL."}},
-    {"PropertyFields",
-     [](Sample& s) {
-       s.properties[0].name = nullptr;
-       s.properties[0].getter = nullptr;
-       s.properties[1].type = nullptr;
-       s.properties[1].editor = &s;
-       s.properties[1].enumCount = 1;
-       s.properties[1].attributes = s.attributes;
-     },
-     {"Error: The property C.0 has nil name.", "Error: The property C.(null) has nil getter.",
-      "Error: The property C.1 has nil type.", "Error: The property C.Size has editor.",
-      "Error: The property C.Size has wrong enumCount: 1", "Error: The property C.Size has attributes: 0"}},
-    {"DoubleWithStandardGetter",
-     [](Sample& s) {
-       s.properties[0].type = "Double";
-       s.properties[0].getter = kStandard;
-     },
-     {"Error: The property C.Size needs custom getter."}},
-    {"DoubleWithStandardSetter",
-     [](Sample& s) {
-       s.properties[0].type = "DOUBLE";
-       s.properties[0].setter = kStandard;
-     },
-     {"Error: The property C.Size needs custom setter."}},
-    {"UnalignedOffsetBothWays",
-     [](Sample& s) {
-       s.properties[0].getter = s.properties[0].setter = kStandard;
-       s.properties[0].parameter = 6;
-     },
-     {"Error: The property C.Size has unaligned offset 6.",
-      "Error: The property C.Size has unaligned offset 6."}},
-    {"LastFittingOffset",
-     [](Sample& s) {
-       s.properties[0].getter = kStandard;
-       s.properties[0].parameter = 44;
-     },
-     {}},
-    {"OffsetTooBig",
-     [](Sample& s) {
-       s.properties[0].getter = kStandard;
-       s.properties[0].parameter = 45;
-     },
-     {"Error: The property C.Size has unaligned offset 45.",
-      "Error: Offset for variable too big: C.Size 45 48"}},
-    {"Constants",
-     [](Sample& s) {
-       s.d.constants = s.constants;
-       s.d.constantCount = 1;
-     },
-     {"Error: The constant C.0 has nil declaration.",
-      "Error: The constant C.(null) has the wrong attributeCount value: 1"}},
-    {"MissingConstants",
-     [](Sample& s) { s.d.constantCount = 1; },
-     {"Error: The class C has the wrong constantCount value: 1", "Error: Constant C.0 is NULL."}},
-    {"Events",
-     [](Sample& s) {
-       s.d.events = s.events;
-       s.d.eventCount = 1;
-     },
-     {"Error: The event C.0 has nil declaration.",
-      "Error: The event C.(null) has the wrong attributeCount value: 0"}},
-    {"Delegates",
-     [](Sample& s) {
-       s.d.delegates = s.delegates;
-       s.d.delegateCount = 1;
-     },
-     {"Error: The delegate C.0 has nil declaration.", "Warning: The delegate C.(null) has 0 for flags."}},
-    {"ConsoleSafeInUnsafeClass",
-     [](Sample& s) {
-       s.d.flags = 0x104;
-       s.properties[1].flags = 4;
-       s.properties[1].name = "Debugging";
-       s.d.sharedProperties = s.properties;
-       s.d.sharedPropertyCount = 2;
-       s.d.methodCount = 1;
-     },
-     {"QZR Debug: Console-safe method in console-unsafe class:  C, Go",
-      "QZR Debug: Console-safe property in console-unsafe class:  C, Size",
-      "QZR Debug: Console-safe property in console-unsafe class:  C, Debugging",
-      "QZR Debug: Console-safe shared property in console-unsafe class:  C, Size"}},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, DefinitionChecks, ::testing::ValuesIn(kCases),
-                         [](const auto& test) { return test.param.title; });
-
-TEST(DefinitionChecksLimits, OnlyTablesThatCanBeRealAreRead) {
-  gResolver = &resolve;
-  gpartname = "Vornik";
+TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
+  REALattribute nameless[] = {{"A", "1"}, {nullptr, nullptr}};
+  REALmethodDefinition method{&someFunction, nullptr, nullptr, 4, 0, nullptr},
+      sharedMethod{nullptr, nullptr, "Go", 4, 10001, nullptr};
+  REALconstant constant{nullptr, {0, 0}, 1, nullptr};
+  REALevent event{nullptr, 0, 0, nameless};
+  REALdelegate delegate{nullptr, 0, 1, nameless};
+  const REALproc get = &someFunction;
+  REALproperty properties[] = {
+      {nullptr, nullptr, "Integer", 0, nullptr, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Typeless", nullptr, 4, get, nullptr, 0, 0, &event, 1, nullptr, 0, nameless},
+      {nullptr, "Read", "Double", 0x104, kStandard, nullptr, 6, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Written", "DOUBLE", 0, get, kStandard, 0, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Odd", "Integer", 0, kStandard, kStandard, 6, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Last", "Integer", 0, kStandard, nullptr, 44, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Beyond", "Integer", 0, get, kStandard, 45, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Debugging", "Integer", 4, get, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Shared", nullptr, 4, get, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr}};
   Sample sample;
-  for (const auto& [count, lines] :
-       {std::pair<std::size_t, int>{1000, 0}, {1001, 1 + 1001}, {10000, 1 + 10000}, {10001, 2}}) {
-    auto table = sample.bigTable(count);
+  REALclassDefinition& d = sample.d;
+  d.version = 14;
+  d.forSystemUse = 8;
+  d.superclassName = "BaseQZR";
+  d.flags = 0x104;
+  d.attributes = nameless;
+  d.methods = &method;
+  d.sharedMethods = &sharedMethod;
+  d.properties = properties;
+  d.sharedProperties = &properties[7];
+  d.constants = &constant;
+  d.events = &event;
+  d.delegates = &delegate;
+  d.propertyCount = 8;
+  d.attributeCount = d.sharedPropertyCount = 2;
+  d.constantCount = d.eventCount = d.delegateCount = 1;
+  std::vector<std::string> lines;
+  const auto expect = [&](const std::string& start, std::initializer_list<const char*> ends) {
+    for (const char* end : ends) lines.push_back(start + end);
+  };
+  expect("Error: The class C has the wrong ",
+         {"kCurrentREALControlVersion: 14 vs. 15", "forSystemUse value: 8"});
+  expect("Warning: The subclass C of BaseQZR has data size: 48", {""});
+  expect("Error: .C has an attribute without ", {"name! Index: 1", "value! Name: (null) Index: 1"});
+  expect("Error: The method C.0 has nil declaration.", {""});
+  expect("Error: The property C.",
+         {"0 has nil name.", "(null) has nil getter.", "1 has nil type.", "Typeless has editor.",
+          "Typeless has wrong enumCount: 1", "Typeless has attributes: 0", "Read needs custom getter.",
+          "Written needs custom setter.", "Odd has unaligned offset 6.", "Odd has unaligned offset 6.",
+          "Beyond has unaligned offset 45."});
+  expect("Error: The constant C.",
+         {"0 has nil declaration.", "(null) has the wrong attributeCount value: 1"});
+  expect("Error: The event C.", {"0 has nil declaration.", "(null) has the wrong attributeCount value: 0"});
+  expect("Error: The delegate C.0 has nil declaration.", {""});
+  expect("Warning: The delegate C.(null) has 0 for flags.", {""});
+  expect("Error: The method C.Go has ", {"nil function.", "the wrong attributeCount value: 10001"});
+  expect("Error: attribute count out of range for C.Go: 10001.", {""});
+  expect("Error: The property C.1 has nil type.", {""});
+  expect("QZR Debug: Console-safe ",
+         {"method in console-unsafe class:  C, (null)", "shared method in console-unsafe class:  C, Go",
+          "property in console-unsafe class:  C, Typeless", "property in console-unsafe class:  C, Debugging",
+          "shared property in console-unsafe class:  C, Shared"});
+  expect("Error: Offset for variable too big: C.Beyond 45 48", {""});
+  EXPECT_EQ(sample.linesOfRegistration(), lines);
+  EXPECT_EQ(lastRegistered, &sample.d);
+
+  Sample unnamed;
+  unnamed.d.name = nullptr;
+  EXPECT_THAT(unnamed.linesOfRegistration(), ElementsAre("Error: A class without name."));
+  rbversion_rbversion = 2020.01;
+  Sample mobile;
+  mobile.d.flags = 0x400;
+  mobile.methods[0].flags = mobile.methods[1].flags = 0;
+  mobile.properties[0].flags = mobile.properties[1].flags = 0;
+  EXPECT_THAT(mobile.linesOfRegistration(),
+              ElementsAre("Warning: iOS only class registered for old Xojo: C"));
+}
+
+TEST_F(DefinitionChecks, CountsNeedTheirTables) {
+  using D = REALclassDefinition;
+  const std::pair<std::uint64_t D::*, const char*> counts[] = {
+      {&D::propertyCount, "propertyCount"},
+      {&D::methodCount, "methodCount"},
+      {&D::eventCount, "eventCount"},
+      {&D::eventInstanceCount, "eventInstanceCount"},
+      {&D::constantCount, "constantCount"},
+      {&D::sharedPropertyCount, "sharedPropertyCounttionCount"},
+      {&D::sharedMethodCount, "sharedMethodCount"},
+      {&D::attributeCount, "attributeCount"},
+      {&D::delegateCount, "delegateCount"},
+      {&D::enumCount, "enumCount"}};
+  Sample sample;
+  sample.d.properties = sample.d.sharedProperties = nullptr;
+  sample.d.methods = sample.d.sharedMethods = nullptr;
+  std::vector<std::string> expected;
+  for (const auto& [count, name] : counts) {
+    sample.d.*count = 1;
+    expected.push_back(std::string("Error: The class C has the wrong ") + name + " value: 1");
+  }
+  for (const char* line : {"The class extension C has wrong attributes: 1", "method C.0 is NULL.",
+                           "Constant C.0 is NULL.", "method C.0 is NULL."}) {
+    expected.push_back(std::string("Error: ") + line);
+  }
+  EXPECT_EQ(sample.linesOfRegistration(), expected);
+}
+
+TEST_F(DefinitionChecks, OnlyTablesThatCanBeRealAreRead) {
+  using Lines = std::pair<std::size_t, std::size_t>;
+  for (const auto& [count, lines] : {Lines{1000, 0}, {1001, 1 + 1001}, {10000, 1 + 10000}, {10001, 2}}) {
+    Sample sample;
+    std::vector<REALmethodDefinition> table(count, sample.methods[0]);
     for (auto& m : table) m.function = count > 1000 ? nullptr : m.function;
     sample.d.methods = table.data();
     sample.d.methodCount = count;
-    sample.d.version = 15;
-    const auto written = test::logLinesOf([&] { MyREALRegisterClass(sample.d); });
-    EXPECT_EQ(written.size(), static_cast<std::size_t>(lines)) << count;
-    if (count == 10001) {
-      EXPECT_EQ(written.back(), "Error: method count out of range for C: 10001.");
-    }
+    const auto written = sample.linesOfRegistration();
+    EXPECT_EQ(written.size(), lines) << count;
+    const char* const last = count > 10000 ? "Error: method count out of range for C: 10001."
+                                           : "Error: The method C.Go has nil function.";
+    EXPECT_EQ(written.empty() ? last : written.back(), last);
   }
 }
 
-TEST(DefinitionChecksRefusal, WithoutAPartNameNothingIsRegistered) {
-  gResolver = &resolve;
+TEST_F(DefinitionChecks, WithoutAPartNameNothingIsRegistered) {
   gpartname = nullptr;
   lastRegistered = nullptr;
   Sample sample;
-  EXPECT_THAT(test::logLinesOf([&] { MyREALRegisterClass(sample.d); }),
-              ElementsAre("Error: gpartname is nil!? C"));
+  EXPECT_THAT(sample.linesOfRegistration(), ElementsAre("Error: gpartname is nil!? C"));
   EXPECT_EQ(lastRegistered, nullptr);
   EXPECT_EQ(sample.d.version, 15);
 }
 
-TEST(DefinitionAdjustments, FlagsFollowTheHostVersionEverywhere) {
-  gResolver = &resolve;
-  gpartname = "Vornik";
+TEST_F(DefinitionChecks, FlagsFollowTheHostVersionEverywhere) {
   const struct {
     double host;
     std::uint32_t before, after;
@@ -281,29 +213,12 @@ TEST(DefinitionAdjustments, FlagsFollowTheHostVersionEverywhere) {
   for (const auto& row : rows) {
     rbversion_rbversion = row.host;
     Sample sample;
-    sample.d.sharedMethods = &sample.methods[1];
-    sample.d.sharedProperties = &sample.properties[1];
-    sample.d.methodCount = sample.d.propertyCount = sample.d.sharedMethodCount =
-        sample.d.sharedPropertyCount = 1;
-    for (auto& m : sample.methods) m.flags = row.before;
-    for (auto& p : sample.properties) p.flags = row.before;
-    sample.d.flags = row.before;
-    test::logLinesOf([&] { MyREALRegisterClass(sample.d); });
-    EXPECT_THAT((std::vector{sample.d.flags, sample.methods[0].flags, sample.methods[1].flags,
-                             sample.properties[0].flags, sample.properties[1].flags}),
-                ::testing::Each(row.after))
-        << row.host << " " << row.before;
-  }
-}
-
-TEST(DefinitionAdjustments, DataSizeIsRoundedUpToSixteen) {
-  gResolver = &resolve;
-  gpartname = "Vornik";
-  for (const auto& [before, after] : {std::pair{0u, 0u}, {1u, 16u}, {33u, 48u}, {48u, 48u}}) {
-    Sample sample;
-    sample.d.dataSize = before;
-    MyREALRegisterClass(sample.d);
-    EXPECT_EQ(sample.d.dataSize, after);
+    REALclassDefinition& d = sample.d;
+    std::uint32_t* const flags[] = {&d.flags, &d.methods->flags, &d.sharedMethods->flags,
+                                    &d.properties->flags, &d.sharedProperties->flags};
+    for (std::uint32_t* const each : flags) *each = row.before;
+    sample.linesOfRegistration();
+    EXPECT_THAT(flags, ::testing::Each(::testing::Pointee(row.after))) << row.host << " " << row.before;
   }
 }
 

@@ -11,6 +11,13 @@
 
 namespace vornik::test {
 
+inline REALstringStruct* stringOf(const host::Value& value) {
+  return value.string().get();
+}
+inline REALobjectStruct* objectOf(const host::Value& value) {
+  return value.object().get();
+}
+
 /// Every test checks at its end that no reference was left over. CTest runs each test in a process of its
 /// own; those that choose another resolver rely on it, as services once found stay found.
 class InHost : public ::testing::Test {

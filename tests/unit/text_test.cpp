@@ -8,8 +8,9 @@ namespace vornik {
 namespace {
 
 using namespace std::string_literals;
+using test::logLinesOf;
+using test::stringOf;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Text = test::InHost;
 
 struct Forms {
@@ -17,8 +18,8 @@ struct Forms {
   std::u16string utf16;
 };
 
-Forms formsOf(REALstringStruct* string) {
-  rbText text(string);
+Forms formsOf(const host::Value& string) {
+  rbText text(stringOf(string));
   if (text.utf16.length < 0) text.ConvertUTF16();
   if (text.utf8.length < 0) text.ConvertUTF8();
   EXPECT_EQ(text.utf8.data[text.utf8.length], 0);
@@ -28,27 +29,20 @@ Forms formsOf(REALstringStruct* string) {
 }
 
 TEST_F(Text, TheSameTextInEveryEncodingHasTheSameForms) {
-  const struct {
-    std::uint32_t encoding;
-    std::string bytes;  // "é!"
-  } rows[] = {
-      {kEncodingUTF8, "\xC3\xA9!"},
-      {kEncodingMacRoman, "\x8E!"},
-      {kEncodingISOLatin1, "\xE9!"},
-      {kEncodingWindowsLatin1, "\xE9!"},
-      {kEncodingUnknown, "\x8E!"},
-      {kEncodingUTF16, "\xE9\0!\0"s},
-      {kEncodingUTF16LE, "\xE9\0!\0"s},
-      {kEncodingUTF16BE, "\0\xE9\0!"s},
-      {kEncodingUTF32, "\xE9\0\0\0!\0\0\0"s},
-      {kEncodingUTF32LE, "\xE9\0\0\0!\0\0\0"s},
-      {kEncodingUTF32BE, "\0\0\0\xE9\0\0\0!"s},
-  };
-  for (const auto& row : rows) {
-    const host::Value string = host_.string(row.bytes, row.encoding);
-    const Forms forms = formsOf(string.string().get());
-    EXPECT_EQ(forms.utf8, "\xC3\xA9!") << std::hex << row.encoding;
-    EXPECT_EQ(forms.utf16, u"\u00E9!") << std::hex << row.encoding;
+  const std::pair<std::vector<std::uint32_t>, std::string> rows[] = {
+      {{kEncodingUTF8}, "\xC3\xA9!"},
+      {{kEncodingMacRoman, kEncodingUnknown}, "\x8E!"},
+      {{kEncodingISOLatin1, kEncodingWindowsLatin1}, "\xE9!"},
+      {{kEncodingUTF16, kEncodingUTF16LE}, "\xE9\0!\0"s},
+      {{kEncodingUTF16BE}, "\0\xE9\0!"s},
+      {{kEncodingUTF32, kEncodingUTF32LE}, "\xE9\0\0\0!\0\0\0"s},
+      {{kEncodingUTF32BE}, "\0\0\0\xE9\0\0\0!"s}};
+  for (const auto& [encodings, bytes] : rows) {
+    for (const std::uint32_t encoding : encodings) {
+      const Forms forms = formsOf(host_.string(bytes, encoding));
+      EXPECT_EQ(forms.utf8, "\xC3\xA9!") << std::hex << encoding;
+      EXPECT_EQ(forms.utf16, u"\u00E9!") << std::hex << encoding;
+    }
   }
 }
 
@@ -56,60 +50,41 @@ TEST_F(Text, AsciiPointsIntoTheHostsBytesWhateverItIsDeclaredAs) {
   for (const std::uint32_t encoding : {kEncodingMacRoman, kEncodingISOLatin1, kEncodingWindowsLatin1,
                                        kEncodingASCII, kEncodingUTF8, kEncodingUnknown}) {
     const host::Value string = host_.string("abc", encoding);
-    rbText text(string.string().get());
+    rbText text(stringOf(string));
     if (text.utf8.length < 0) text.ConvertUTF8();
-    EXPECT_EQ(text.utf8.data, REALGetStringContents(string.string().get()).bytes);
+    EXPECT_EQ(text.utf8.data, REALGetStringContents(stringOf(string)).bytes);
     EXPECT_EQ(text.utf8.length, 3);
     text.ConvertUTF16();
     EXPECT_EQ(text.classification(), rbText::PureASCII);
     EXPECT_EQ(std::u16string(text.utf16.data, text.utf16.data + text.utf16.length), u"abc");
+    EXPECT_EQ(formsOf(host_.string("", encoding)).utf16, u"");
   }
-}
-
-TEST_F(Text, NilAndEmptyStringsAreEmptyAndTerminated) {
-  EXPECT_EQ(formsOf(nullptr).utf8, "");
+  EXPECT_EQ(formsOf(host_.string("", kEncodingUTF16)).utf16, u"");
+  EXPECT_EQ(formsOf(host::StringRef()).utf8, "");
   EXPECT_EQ(rbText(nullptr).classification(), rbText::PureASCII);
-  for (const std::uint32_t encoding : {kEncodingUTF8, kEncodingUnknown, kEncodingUTF16, kEncodingMacRoman}) {
-    EXPECT_EQ(formsOf(host_.string("", encoding).string().get()).utf16, u"");
-  }
 }
 
 TEST_F(Text, TheDecoderStopsAtTheFirstIllegalSequence) {
-  const struct {
-    std::string bytes;
-    std::u16string units;
-    int illegalAt;  // -1: legal
-  } rows[] = {
-      {"\xC3\xA9", u"\u00E9", -1},
-      {"a\xC3(b", u"a", 1},
-      {"\xF0\x9F\x98\x80", u"\U0001F600", -1},
-      {"\xF0\x9F\x98", u"", 0},
-      {"ab\xE2\x82", u"ab", 2},
-      {"\xED\xA0\x80", u"", 0},
-      {"\xED\x9F\xBF", u"\uD7FF", -1},
-      {"\xC0\x80", u"", 0},
-      {"x\x80", u"x", 1},
-      {"\xE0\x9F\xBF", u"", 0},
-      {"\xF0\x8F\xBF\xBF", u"", 0},
-      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF", -1},
-      {"\xF4\x90\x80\x80", u"", 0},
-      {"\xF5\x80\x80\x80", u"", 0},
-      {"a\xEF\xBB\xBF\xEF\xBF\xBE\xC3\xA9", u"a\u00E9", -1},
-      {"\xE2\x82\xAC\0\xC3\xA9"s, u"\u20AC\0\u00E9"s, -1},
-  };
-  for (const auto& row : rows) {
-    const host::Value string = host_.string(row.bytes, kEncodingUTF8);
+  const auto expect = [&](const std::string& bytes, const std::u16string& units, int illegalAt = -1) {
+    const host::Value string = host_.string(bytes, kEncodingUTF8);
+    std::vector<std::string> log{"QZR Debug: Try UTF8 to UTF16 conversion..."};
+    if (illegalAt >= 0) log.push_back("QZR Debug: Illegal UTF-8 sequence! " + std::to_string(illegalAt));
     Forms forms;
-    const auto log = test::logLinesOf([&] { forms = formsOf(string.string().get()); });
-    EXPECT_EQ(forms.utf16, row.units) << ::testing::PrintToString(row.bytes);
-    EXPECT_EQ(forms.utf8, row.bytes);
-    if (row.illegalAt < 0) {
-      EXPECT_THAT(log, ElementsAre("QZR Debug: Try UTF8 to UTF16 conversion..."));
-    } else {
-      EXPECT_THAT(log, ElementsAre("QZR Debug: Try UTF8 to UTF16 conversion...",
-                                   "QZR Debug: Illegal UTF-8 sequence! " + std::to_string(row.illegalAt)));
-    }
+    EXPECT_EQ(logLinesOf([&] { forms = formsOf(string); }), log);
+    EXPECT_EQ(forms.utf16, units) << ::testing::PrintToString(bytes);
+    EXPECT_EQ(forms.utf8, bytes);
+  };
+  for (const char* illegal : {"\xC0\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98",
+                              "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+    expect(illegal, u"", 0);
   }
+  expect("x\x80", u"x", 1);
+  expect("a\xC3(b", u"a", 1);
+  expect("ab\xE2\x82", u"ab", 2);
+  expect("\xC3\xA9\xED\x9F\xBF", u"\u00E9\uD7FF");
+  expect("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U0001F600\U0010FFFF");
+  expect("a\xEF\xBB\xBF\xEF\xBF\xBE\xC3\xA9", u"a\u00E9");
+  expect("\xE2\x82\xAC\0\xC3\xA9"s, u"\u20AC\0\u00E9"s);
 }
 
 // A host whose converted text is not what it should be: the record points here.
@@ -136,48 +111,40 @@ TEST_F(Text, UTF16FromTheHostIsTerminatedSwappedAndFreedOfItsMark) {
     std::u16string given;
     std::int64_t bytes;
     std::u16string text;
-    std::vector<std::string> log;
+    std::vector<std::string> log = {};
   } rows[] = {
-      {u"ab", 4, u"ab", {}},
-      {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
-      {u"ab", 5, u"ab", {}},
-      {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
-      {u"\uFEFF\uFFFEA", 6, u"A", {}},
-      {u"\uFEFF", 2, u"", {}},
-  };
+      {u"ab", 4, u"ab"},           {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
+      {u"ab", 5, u"ab"},           {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
+      {u"\uFEFF\uFFFEA", 6, u"A"}, {u"\uFEFF", 2, u""}};
   const host::Value string = host_.string("?", kEncodingUTF32);
   for (const auto& row : rows) {
     hostText = row.given;
     hostBytes = row.bytes;
     disposed = 0;
     std::u16string text;
-    EXPECT_THAT(test::logLinesOf([&] {
-                  rbText view(string.string().get());
-                  view.ConvertUTF16();
-                  text.assign(view.utf16.data, view.utf16.data + view.utf16.length);
-                }),
-                ::testing::ElementsAreArray(row.log));
+    EXPECT_EQ(logLinesOf([&] {
+                rbText view(stringOf(string));
+                view.ConvertUTF16();
+                text.assign(view.utf16.data, view.utf16.data + view.utf16.length);
+              }),
+              row.log);
     EXPECT_EQ(text, row.text);
     EXPECT_EQ(disposed, 1);
   }
 }
 
 TEST_F(Text, WhatTheHostCannotConvertIsEmpty) {
-  const host::Value string = host_.string("\xE9", kEncodingISOLatin1);
+  const auto isEmpty = [&](const char* bytes, std::uint32_t encoding) {
+    const Forms forms = formsOf(host_.string(bytes, encoding));
+    EXPECT_EQ(forms.utf8, "");
+    EXPECT_EQ(forms.utf16, u"");
+  };
   host_.failFrom("PluginGetStringData", 1);
-  Forms forms;
-  EXPECT_THAT(test::logLinesOf([&] { forms = formsOf(string.string().get()); }),
+  EXPECT_THAT(logLinesOf([&] { isEmpty("\xE9", kEncodingISOLatin1); }),
               ElementsAre("QZR Debug: REALGetStringData failed.", "QZR Debug: REALGetStringData failed."));
-  EXPECT_EQ(forms.utf8, "");
-  EXPECT_EQ(forms.utf16, u"");
-}
-
-TEST_F(Text, AStringOfUnknownEncodingThatCannotBeRedeclaredIsEmptyAndSaidSoOnce) {
-  const host::Value string = host_.string("\x8E", kEncodingUnknown);
   host_.failFrom("REALBuildStringWithEncoding", 1);
-  EXPECT_THAT(test::logLinesOf([&] {
-                EXPECT_EQ(formsOf(string.string().get()).utf8, "");
-                EXPECT_EQ(formsOf(string.string().get()).utf16, u"");
+  EXPECT_THAT(logLinesOf([&] {
+                for (int twice = 0; twice < 2; ++twice) isEmpty("\x8E", kEncodingUnknown);
               }),
               ElementsAre("QZR Debug: REALBuildUnicodeString failed"));
 }
@@ -189,8 +156,8 @@ void* resolveWithoutEncodings(const char* name) {
 TEST_F(Text, AHostWithoutEncodingsStillHasAscii) {
   gResolver = &resolveWithoutEncodings;
   const host::Value ascii = host_.string("abc", kEncodingUTF8);
-  EXPECT_EQ(formsOf(ascii.string().get()).utf16, u"abc");
-  rbText text(ascii.string().get());
+  EXPECT_EQ(formsOf(ascii).utf16, u"abc");
+  rbText text(stringOf(ascii));
   EXPECT_EQ(text.encoding(), kEncodingMacRoman);
   EXPECT_EQ(text.classification(), rbText::CheckPending);
 }
