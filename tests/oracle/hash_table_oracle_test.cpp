@@ -1,7 +1,7 @@
 // The hash table, step by step, against the standard containers that show the same order.
 //
-// Built with that standard library only. VORNIK_OPERATIONS sets the number of steps of a run, and VORNIK_LARGE=1
-// adds one whose growth single precision decides.
+// Built with that standard library only. VORNIK_OPERATIONS sets the number of steps of a run, and
+// VORNIK_LARGE=1 adds one whose growth single precision decides.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
