@@ -71,18 +71,20 @@ struct Subject {
   }
 };
 
-/// The ith key of a kind, for 0 <= i < 10000, made anew at every call: key(0) < key(1) < ... under every
-/// comparison.
+/// Whether every other key that is text is one whose bytes a view can borrow from the host.
+inline bool someTextsAreBorrowed = true;
+
+/// The ith key of a kind, for 0 <= i < 10000: key(0) < key(1) < ... under every comparison. Made anew at
+/// every call, and text in one of two encodings by turns.
 inline host::Value keyOf(Kind kind, int i) {
+  if (kind == Kind::kInteger) return i - 3;
+  host::Host& host = host::Host::current();
   const std::string digits = std::to_string(10000 + i);
-  switch (kind) {
-    case Kind::kString:
-      return "Key " + digits;
-    case Kind::kVariant:
-      return host::Host::current().variant(host::VariantType::kString, "Key " + digits);
-    default:
-      return i - 3;
-  }
+  static int turn = 0;
+  const bool borrowed = someTextsAreBorrowed && ++turn % 2 == 0;
+  const host::Value text =
+      borrowed ? host.string("Cl\u00e9 " + digits) : host.string("Cl\xe9 " + digits, kEncodingISOLatin1);
+  return kind == Kind::kString ? text : host.variant(host::VariantType::kString, text);
 }
 
 /// Distinct values, for Variant alternating between text and numbers.

@@ -9,39 +9,30 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <vector>
 
 namespace {
 
-using testing::AllOf;
-using testing::ContainsRegex;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
-struct Outcome {
-  int exitCode = -1;
-  std::string output;
-  std::string complaints;
-};
+using Text = Matcher<std::string>;
 
-class Console : public testing::Test {
+class Console : public Test {
  protected:
   Console() { std::filesystem::create_directories(directory_); }
   ~Console() override { std::filesystem::remove_all(directory_); }
 
-  /// Runs the console in a directory of its own; it finds `files` there by name.
-  Outcome run(const std::string& arguments, const std::string& input = {}) {
+  /// Runs the console in a directory of its own, where it finds by name what write() put there.
+  void expectRun(const std::string& arguments, const Matcher<int>& exitCode, const Text& output,
+                 const Text& complaints = "", const std::string& input = "") {
+    SCOPED_TRACE(arguments + '\n' + input);
     write("input", input);
     const std::string command = "cd '" + directory_.string() + "' && '" VORNIK_CONSOLE "' " + arguments +
                                 " <input >output 2>complaints";
     const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read("output"), read("complaints")};
-  }
-  Outcome runScript(const std::string& script) {
-    write("test.lua", script);
-    return run("test.lua");
+    EXPECT_THAT(WIFEXITED(status) ? WEXITSTATUS(status) : -1, exitCode);
+    EXPECT_THAT(read("output"), output);
+    EXPECT_THAT(read("complaints"), complaints);
   }
   void write(const std::string& name, const std::string& content) {
     std::ofstream(directory_ / name) << content;
@@ -54,210 +45,130 @@ class Console : public testing::Test {
 
  private:
   const std::filesystem::path directory_ =
-      std::filesystem::path(testing::TempDir()) / ("console_test." + std::to_string(getpid()));
+      std::filesystem::path(TempDir()) / ("console_test." + std::to_string(getpid()));
 };
 
 const std::string kScripts = VORNIK_SOURCES "/tests/behaviour/";
 const std::string kExamples = VORNIK_SOURCES "/examples/";
 
-TEST_F(Console, ScriptsSeeHostValues) {
-  const Outcome outcome = run(kScripts + "console_test.lua");
-  EXPECT_EQ(outcome.output, "end of console_test.lua\n");
-  EXPECT_THAT(outcome.complaints, IsEmpty());
-  EXPECT_EQ(outcome.exitCode, 0);
+TEST_F(Console, ScriptsAndTheTourSeeWhatTheyShould) {
+  expectRun(kScripts + "console_test.lua", 0, "end of console_test.lua\n");
+  expectRun(kExamples + "tour.lua", 0, contentOf(kScripts + "tour_expected.txt"));
 }
 
 TEST_F(Console, ErrorsAreOneLineWithFileAndLine) {
-  const struct {
-    const char* script;
-    const char* complaint;
-  } cases[] = {
-      {"\nerror('a\\nb')", "test.lua:2: a b"},
-      {"\nerror('no position', 0)", "test.lua:2: no position"},
-      {"error(setmetatable({}, {__tostring = function() return 'odd' end}))", "test.lua:1: odd"},
-      {"\n\nx = = 1", "test.lua:3: unexpected symbol near '='"},
-      {"local m = IntegerToIntegerOrderedMapQZR()\nlocal x = m.value[1]",
-       "test.lua:2: KeyNotFoundException: Key not found"},
-      {"local m\nprint(m.Count)", "test.lua:2: attempt to index a nil value (local 'm')"},
-      {"\nFooQZR()", "test.lua:2: there is no class or function 'FooQZR'"},
+  const std::pair<const char*, const char*> cases[] = {
+      {"\nerror('a\\nb')", "2: a b"},
+      {"\nerror('no position', 0)", "2: no position"},
+      {"error(setmetatable({}, {__tostring = function() return 'odd' end}))", "1: odd"},
+      {"\n\nx = = 1", "3: unexpected symbol near '='"},
+      {"\nm = IntegerToIntegerOrderedMapQZR().value[1]", "2: KeyNotFoundException: Key not found"},
+      {"\nFooQZR()", "2: there is no class or function 'FooQZR'"},
   };
-  for (const auto& c : cases) {
-    const Outcome outcome = runScript(c.script);
-    EXPECT_EQ(outcome.complaints, std::string("vornik-host: ") + c.complaint + '\n');
-    EXPECT_EQ(outcome.exitCode, 1) << c.script;
-  }
+  for (const auto& [script, complaint] : cases)
+    expectRun("-", 1, "", std::string("vornik-host: stdin:") + complaint + '\n', script);
 }
 
 TEST_F(Console, UnusableInputIsNamed) {
-  const struct {
-    const char* arguments;
-    const char* complaint;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"missing.lua", "missing.lua"},
       {"--plugin missing.so test.lua", "vornik-host: cannot load missing.so: No such file or directory\n"},
       {"--reference missing", "missing"},
       {"--host-version new test.lua", "'new'"},
-      {"--unknown test.lua", "--unknown"},
+      {"--unknown test.lua", "not expected: --unknown"},
   };
-  for (const auto& c : cases) {
-    const Outcome outcome = run(c.arguments);
-    EXPECT_THAT(outcome.complaints, HasSubstr(c.complaint));
-    EXPECT_THAT(outcome.output, IsEmpty());
-    EXPECT_NE(outcome.exitCode, 0);
-  }
+  for (const auto& [arguments, complaint] : cases) expectRun(arguments, Ne(0), "", HasSubstr(complaint));
 }
 
 TEST_F(Console, ScriptsGetTheirArgumentsAndGiveTheirExitCode) {
-  write("test.lua", "print(arg[0], #arg, ...)\nos.exit(tonumber(arg[1]))");
-  const Outcome outcome = run("test.lua 7 --calls 'a b'");
-  EXPECT_EQ(outcome.output, "test.lua\t3\t7\t--calls\ta b\n");
-  EXPECT_THAT(outcome.complaints, IsEmpty());
-  EXPECT_EQ(outcome.exitCode, 7);
-  EXPECT_EQ(run("-", "os.exit(false)").exitCode, 1);
+  write("test.lua", "print(arg[0], arg[1], #arg, ...)\nos.exit(tonumber(arg[1]))");
+  expectRun("test.lua 7 --calls 'a b'", 7, "test.lua\t7\t3\t7\t--calls\ta b\n");
+  expectRun("-", 1, "", "", "os.exit(false)");
 }
 
 // Everything a script still holds is given back when it ends, in whatever way it ends.
 TEST_F(Console, EndsGiveReferencesBack) {
-  for (const char* end : {"", "os.exit()", "coroutine.wrap(function() os.exit(0) end)()"}) {
-    const Outcome outcome = runScript(
-        "m = IntegerToIntegerOrderedMapQZR()\nm.value[1] = 1\nit = {m:first(), m.value}\n"
-        "kept = ScriptObject('Kept', function() print('destructor', IntegerToIntegerOrderedMapQZR().Count) "
-        "end)\n" +
-        std::string(end));
-    EXPECT_EQ(outcome.output, "destructor\t0\n") << end;
-    EXPECT_THAT(outcome.complaints, IsEmpty()) << end;
-    EXPECT_EQ(outcome.exitCode, 0) << end;
-  }
+  const std::string script =
+      "m = IntegerToIntegerOrderedMapQZR()\nm.value[1] = 1\nit = {m:first(), m.value}\n"
+      "kept = ScriptObject('Kept', function() print(IntegerToIntegerOrderedMapQZR().Count) end)\n";
+  for (const char* end : {"", "os.exit()", "coroutine.wrap(function() os.exit(0) end)()"})
+    expectRun("-", 0, "0\n", "", script + end);
 }
 
 TEST_F(Console, LeftoversAndFailedDestructorsMakeTheRunFail) {
   // An array that contains itself is what counting references cannot end.
-  const Outcome leftover = runScript("local a = Array({}, 'Variant')\na:append(a)");
-  EXPECT_THAT(leftover.complaints, ContainsRegex("^vornik-host: left over: .*1 reference\n$"));
-  EXPECT_EQ(leftover.exitCode, 1);
-
-  const Outcome failed =
-      runScript("local o = ScriptObject('O', function() error('oh') end)\no = nil\ncollectgarbage()");
-  EXPECT_EQ(failed.complaints, "vornik-host: error in a destructor: test.lua:1: oh\n");
-  EXPECT_EQ(failed.exitCode, 1);
+  expectRun("-", 1, "", ContainsRegex("^vornik-host: left over: .*1 reference\n$"),
+            "local a = Array({}, 'Variant')\na:append(a)");
+  write("test.lua", "local o = ScriptObject('O', function() error('oh') end)\no = nil\ncollectgarbage()");
+  expectRun("test.lua", 1, "", "vornik-host: error in a destructor: test.lua:1: oh\n");
   // A destructor that makes another object like itself has to come to an end.
-  const Outcome endless = runScript("local function again() ScriptObject('O', again) end\nagain()");
-  EXPECT_EQ(endless.exitCode, 1);
-  EXPECT_THAT(endless.complaints, HasSubstr("the script is ending"));
+  expectRun("-", 1, "", HasSubstr("the script is ending"),
+            "local function again() ScriptObject('O', again) end\nagain()");
 }
 
 TEST_F(Console, PromptPrintsValuesAndGoesOnAfterErrors) {
-  const Outcome outcome = run("",
-                              "1 + 1, 'x'\n"
-                              "m = IntegerToIntegerOrderedMapQZR()\n"
-                              "for i = 1, 3 do\n"
-                              "  m.value[i] = i * i\n"
-                              "end\n"
-                              "nonsense(\n"
-                              ")\n"
-                              "m.value[9]\n"
-                              "m.value[3], m:find(2).Value\n");
-  EXPECT_EQ(outcome.output, "2\tx\n9\t4\n");
-  EXPECT_EQ(outcome.complaints,
+  expectRun("", 1, "2\tx\n9\t4\n",
             "vornik-host: stdin:1: there is no class or function 'nonsense'\n"
-            "vornik-host: stdin:1: KeyNotFoundException: Key not found\n");
-  EXPECT_EQ(outcome.exitCode, 1);
-  EXPECT_EQ(run("", "m = 1\nm\n").exitCode, 0);
-  EXPECT_THAT(run("", "for i = 1, 2 do").complaints, HasSubstr("<eof>"));
+            "vornik-host: stdin:1: KeyNotFoundException: Key not found\n",
+            "1 + 1, 'x'\nm = IntegerToIntegerOrderedMapQZR()\nfor i = 1, 3 do\n  m.value[i] = i * i\nend\n"
+            "nonsense(\n)\nm.value[9]\nm.value[3], m:find(2).Value\n");
+  expectRun("", 0, "1\n", "", "m = 1\nm\n");
+  expectRun("", 1, "", HasSubstr("<eof>"), "for i = 1, 2 do");
 }
 
 TEST_F(Console, ListsClassesAndCalls) {
-  const Outcome classes = run("--classes");
-  EXPECT_THAT(classes.output, HasSubstr("IntegerToIntegerOrderedMapQZR\n  property  MaxSize as Integer\n"));
-  EXPECT_THAT(classes.output, HasSubstr("  method    value(key as integer) as integer  (assignable)\n"));
-  EXPECT_EQ(classes.exitCode, 0);
-
+  expectRun("--classes", 0,
+            AllOf(HasSubstr("IntegerToIntegerOrderedMapQZR\n  property  MaxSize as Integer\n"),
+                  HasSubstr("  method    value(key as integer) as integer  (assignable)\n")));
   write("test.lua", "for i = 1, 5 do IntegerToIntegerOrderedMapQZR():first() end");
-  const Outcome calls = run("--calls test.lua");
-  EXPECT_THAT(calls.complaints, ContainsRegex(" 5  PluginNewInstance\n"));
-  EXPECT_EQ(calls.exitCode, 0);
-  EXPECT_EQ(run("--host-version none --calls test.lua").exitCode, 0);
-}
-
-TEST_F(Console, LineLengthsChartsAText) {
-  write("text", "äöü\n\nabc\r\n12345\nabcdefghijklmnop");
-  const Outcome outcome = run(kExamples + "line_lengths.lua text 10");
-  EXPECT_THAT(
-      outcome.output,
-      AllOf(
-          StartsWith("text: 5 lines, 4 different lengths, 0 to 16 characters\n"),
-          HasSubstr("     0      1  █"), HasSubstr("     3      2  █"), HasSubstr(">   10      1  █"),
-          Not(HasSubstr("    16      1")), HasSubstr("    16 characters  text:5\n"),
-          HasSubstr("No line has 1 characters: lookup(1, -1) is -1; value[1] raises KeyNotFoundException")));
-  EXPECT_THAT(outcome.complaints, IsEmpty());
-  EXPECT_EQ(outcome.exitCode, 0);
-
-  write("empty", "");
-  EXPECT_EQ(run(kExamples + "line_lengths.lua empty").output, "empty: no lines\n");
-  const Outcome missing = run(kExamples + "line_lengths.lua missing");
-  EXPECT_THAT(missing.complaints, AllOf(StartsWith("line_lengths: cannot read missing"), EndsWith("\n")));
-  EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_EQ(run(kExamples + "line_lengths.lua .").exitCode, 1);
+  expectRun("--host-version none --calls test.lua", 0, "", ContainsRegex(" 5  PluginNewInstance\n"));
 }
 
 TEST_F(Console, ExamplesReportOnTheirData) {
-  const struct {
-    const char* arguments;
-    const char* lines[3];
-  } cases[] = {
+  write("text", "Ebb und\nFlut und");
+  write("text2", "UND");
+  write("lines", "äöü\n\nabc\r\n12345\nabcdefghijklmnop");
+  write("empty", "");
+  const std::pair<const char*, std::vector<const char*>> cases[] = {
       {"word_index.lua text",
        {"Ebb                 1  1\n", "und                 2  1, 2\n", "2 times  und"}},
-      {"word_index.lua text text2", {"und                 3  text2: 1; text: 1, 2\n", "", ""}},
+      {"word_index.lua text text2", {"und                 3  text2: 1; text: 1, 2\n"}},
       {"numbers.lua",
        {"  290 minutes  Bo Castell\n", "no members: 1777, 1900\n", "16 visits of 30 to 60 minutes\n"}},
       {"log_report.lua",
        {"48 requests by 5 visitors\n", "       6       3    0.195 s  /login\n", "       4  500\n"}},
+      {"line_lengths.lua lines 10",
+       {"lines: 5 lines, 4 different lengths, 0 to 16 characters\n", "     0      1  █", "     3      2  █",
+        ">   10      1  █████████████████████████\n\nThe longest", "    16 characters  lines:5\n",
+        "No line has 1 characters: lookup(1, -1) is -1; value[1] raises KeyNotFoundException"}},
+      {"line_lengths.lua empty", {"empty: no lines\n"}},
   };
-  write("text", "Ebb und\nFlut und");
-  write("text2", "UND");
-  for (const auto& c : cases) {
-    const Outcome outcome = run(kExamples + c.arguments);
-    for (const char* line : c.lines) EXPECT_THAT(outcome.output, HasSubstr(line)) << c.arguments;
-    EXPECT_THAT(outcome.complaints, IsEmpty()) << c.arguments;
-    EXPECT_EQ(outcome.exitCode, 0) << c.arguments;
+  for (const auto& [arguments, lines] : cases) {
+    expectRun(kExamples + arguments, 0, _);
+    for (const char* line : lines) EXPECT_THAT(read("output"), HasSubstr(line)) << arguments;
   }
+  expectRun(kExamples + "gaps.lua", 0,
+            "missing  3 to 4\nrepeated 5, 2 times\nmissing  6\nmissing  8 to 11\n"
+            "5 numbers, 1 to 12; 7 missing\n",
+            "", "7 5, 1-2 and 12; 5");
 }
 
 TEST_F(Console, ExamplesNameWhatTheyCannotUse) {
   write("odd", "x y\n");
-  const struct {
-    const char* arguments;
-    const char* complaint;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"word_index.lua", "word_index: name one or more texts\n"},
-      {"word_index.lua missing", "word_index: cannot read missing: No such file or directory\n"},
       {"numbers.lua odd odd", "numbers: odd:1: no number and text\n"},
-      {"numbers.lua input missing", "numbers: cannot read missing: No such file or directory\n"},
       {"log_report.lua odd", "log_report: odd:1: not TIME VISITOR PAGE STATUS SECONDS\n"},
       {"log_report.lua .", "log_report: cannot read .\n"},
   };
-  for (const auto& c : cases) {
-    const Outcome outcome = run(kExamples + c.arguments);
-    EXPECT_EQ(outcome.complaints, c.complaint);
-    EXPECT_EQ(outcome.exitCode, 1) << c.arguments;
-  }
-}
-
-TEST_F(Console, TheTourSeesWhatItIsKnownToSee) {
-  const Outcome outcome = run(kExamples + "tour.lua");
-  EXPECT_EQ(outcome.output, contentOf(kScripts + "tour_expected.txt"));
-  EXPECT_THAT(outcome.complaints, IsEmpty());
-  EXPECT_EQ(outcome.exitCode, 0);
+  for (const auto& [arguments, complaint] : cases) expectRun(kExamples + arguments, 1, _, complaint);
 }
 
 // A page that is not what the registered classes give: print it anew with --reference docs/reference.
 TEST_F(Console, ReferencePagesAreUpToDate) {
-  const Outcome outcome = run("--reference .");
-  EXPECT_THAT(outcome.complaints, IsEmpty());
-  EXPECT_EQ(outcome.exitCode, 0);
-  const std::filesystem::path committed = VORNIK_SOURCES "/docs/reference";
+  expectRun("--reference .", 0, "");
   int pages = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(committed)) {
+  for (const auto& entry : std::filesystem::directory_iterator(VORNIK_SOURCES "/docs/reference")) {
     const std::string name = entry.path().filename().string();
     if (name == "README.md") continue;
     EXPECT_TRUE(contentOf(entry.path()) == read(name)) << name << " is out of date";
@@ -266,31 +177,13 @@ TEST_F(Console, ReferencePagesAreUpToDate) {
   EXPECT_EQ(pages, 6);
 }
 
-TEST_F(Console, ReferenceDescribesEveryMemberAndNothingElse) {
-  const std::string source = VORNIK_SOURCES "/host/console/reference/";
-  for (const char* name : {"pages.lua", "families.lua"}) write(name, contentOf(source + name));
-  const struct {
-    const char* change;
-    const char* complaint;
-  } cases[] = {
-      {"", ""},
-      {"members.container.Count = nil", "reference: Count in integer-maps.md has no description\n"},
-      {"members.iterator.Skip = {text = ''}",
-       "reference: no class has the member Skip, which is described\n"},
-  };
-  for (const auto& c : cases) {
-    write("members.lua",
-          "local members = dofile('" + source + "members.lua')\n" + c.change + "\nreturn members");
-    EXPECT_EQ(run("pages.lua . " + kExamples).complaints, c.complaint);
-  }
-}
-
-TEST_F(Console, GapsFindsWhatIsMissing) {
-  const Outcome outcome = run(kExamples + "gaps.lua", "7 5, 1-2 and 12; 5");
-  EXPECT_EQ(outcome.output,
-            "missing  3 to 4\nrepeated 5, 2 times\nmissing  6\nmissing  8 to 11\n"
-            "5 numbers, 1 to 12; 7 missing\n");
-  EXPECT_EQ(outcome.exitCode, 0);
+TEST_F(Console, ReadmeQuotesAnExampleAsItIs) {
+  const std::string readme = contentOf(VORNIK_SOURCES "/README.md");
+  const std::string mark = "\nFrom [`examples/", fence = "```lua\n";
+  const std::size_t name = readme.find(mark) + mark.size(), code = readme.find(fence, name) + fence.size();
+  ASSERT_TRUE(name < code && code < readme.size());
+  const std::string example = contentOf(kExamples + readme.substr(name, readme.find('`', name) - name));
+  EXPECT_NE(example.find(readme.substr(code, readme.find("```", code) - code)), std::string::npos);
 }
 
 }  // namespace

@@ -1,16 +1,25 @@
-// The suites over the table of classes: one subject, spoken to by key and value numbers.
+// What the suites through the loaded library share: a host with the library in it, a ledger that must be
+// empty when the test is over, and one class at a time, spoken to by key and value numbers.
 #ifndef VORNIK_TESTS_BEHAVIOUR_CONTAINER_TEST_H
 #define VORNIK_TESTS_BEHAVIOUR_CONTAINER_TEST_H
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/behaviour/class_facts.h"
-#include "tests/behaviour/fixture.h"
 
 namespace vornik::behaviour {
 
+using host::Host;
+using host::HostOptions;
+using host::Value;
+using Values = std::vector<Value>;
 using Texts = std::vector<std::string>;
 
 inline constexpr const char* kNoPosition = "NilObjectException: Iterator not initialized";
@@ -20,8 +29,48 @@ inline constexpr const char* kAtEnd = "OutOfBoundsException: Iterator is at the 
 inline constexpr const char* kAtFirst = "OutOfBoundsException: Iterator is at the first position";
 inline constexpr const char* kReversed = "OutOfBoundsException: last does not follow first";
 
-class ContainerSuite : public LoadedLibrary {
+/// "Class: message" of the exception that script code would see, or empty when there is none.
+template <typename Operation>
+std::string raised(Operation&& operation) {
+  try {
+    std::forward<Operation>(operation)();
+    return {};
+  } catch (const host::ScriptException& exception) {
+    return exception.what();
+  }
+}
+
+/// A host with the library loaded; tests of one suite share it, since loading takes longer than most of them.
+/// A test that wants another host, or makes this one misbehave, starts its own. Values must not outlive the
+/// test's body: what is still referenced when it ends is a leak and fails the test.
+class ContainerSuite : public testing::Test {
  protected:
+  static void TearDownTestSuite() { host_.reset(); }
+
+  void SetUp() override {
+    if (!host_) load({});
+  }
+
+  void TearDown() override {
+    expectNothingLeft();
+    if (ownHost_ || HasFailure()) host_.reset();
+  }
+
+  /// Replaces the host by one with these options, and loads the library into it.
+  void start(HostOptions options) {
+    expectNothingLeft();
+    ownHost_ = true;
+    load(std::move(options));
+  }
+
+  Host& host() { return *host_; }
+  Value create(const std::string& className, const Values& arguments = {}) {
+    return host_->create(className, arguments);
+  }
+  Value call(const Value& object, const std::string& method, const Values& arguments = {}) {
+    return host_->call(object, method, arguments);
+  }
+
   /// Runs `body` on every subject in the present host: where starting one for each would take too long.
   template <typename Predicate, typename Body>
   static void forSubjectsWhere(Predicate predicate, Body body) {
@@ -66,8 +115,12 @@ class ContainerSuite : public LoadedLibrary {
     EXPECT_NE(equal, call(a, "isNotEqual", {b}).boolean());
     return equal;
   }
-  bool atEnd(const Value& container, const Value& iterator) {
-    return equal(iterator, call(container, "last"));
+  bool atEnd(const Value& container, const Value& i) { return equal(i, call(container, "last")); }
+  /// What a call gives script code, as text: the result, "nil" for none, or the exception.
+  std::string answer(const Value& object, const std::string& method, const Values& arguments = {}) {
+    std::string result;
+    const std::string exception = raised([&] { result = show(call(object, method, arguments)); });
+    return exception.empty() ? result : exception;
   }
   std::string keyAt(const Value& iterator) { return show(call(iterator, "Key")); }
   /// A new iterator at the nth entry.
@@ -77,27 +130,26 @@ class ContainerSuite : public LoadedLibrary {
     return iterator;
   }
 
-  /// What `read` answers at every entry, in the order of iteration.
-  template <typename Read>
-  Texts each(const Value& container, Read read) {
+  /// What a member of iterators answers at every entry, in the order of iteration.
+  Texts each(const Value& container, const char* member) {
     Texts texts;
-    for (Value i = call(container, "first"); !atEnd(container, i); call(i, "MoveNext"))
-      texts.push_back(read(i));
+    const Value i = call(container, "first"), end = call(container, "last");
+    for (; call(i, "isNotEqual", {end}).boolean(); call(i, "MoveNext"))
+      texts.push_back(show(call(i, member)));
     return texts;
   }
-  Texts keys(const Value& container) {
-    return each(container, [&](const Value& i) { return keyAt(i); });
+  Texts keys(const Value& container) { return each(container, "Key"); }
+  Texts values(const Value& map) { return each(map, "Value"); }
+  /// "key" or "key=value" of every entry, in the order of iteration.
+  Texts visit(const Value& container) {
+    Texts texts = keys(container);
+    const Texts shown = facts().isMap() ? values(container) : Texts();
+    for (std::size_t i = 0; i < std::min(texts.size(), shown.size()); ++i) texts[i] += "=" + shown[i];
+    return texts;
   }
-  Texts values(const Value& map) {
-    return each(map, [&](const Value& i) { return show(call(i, "Value")); });
-  }
-  /// "key" or "key=value" of every entry in ascending order of its text: what the container holds.
-  Texts content(const Value& container) {
-    const bool map = facts().isMap();
-    return sorted(each(container,
-                       [&](const Value& i) { return keyAt(i) + (map ? "=" + show(call(i, "Value")) : ""); }));
-  }
-  /// The same for keys that each have the value of their own number.
+  /// The same in ascending order of the texts: what the container holds.
+  Texts content(const Value& container) { return sorted(visit(container)); }
+  /// The content of a container with keys that each have the value of their own number.
   static Texts entries(const std::vector<int>& keys) {
     Texts texts = shown(keys);
     for (std::size_t i = 0; i < keys.size() && facts().isMap(); ++i) texts[i] += "=" + show(value(keys[i]));
@@ -110,6 +162,12 @@ class ContainerSuite : public LoadedLibrary {
   }
   static Texts sorted(Texts texts) {
     std::sort(texts.begin(), texts.end());
+    return texts;
+  }
+
+  Texts elements(const Value& array) {
+    Texts texts;
+    for (const Value& element : host().elements(array)) texts.push_back(show(element));
     return texts;
   }
 
@@ -126,12 +184,23 @@ class ContainerSuite : public LoadedLibrary {
     callDeclared(target, std::string("Constructor(other as ") + facts().name + ")", other);
   }
   static ArrayElementType arrayOf(Kind kind) {
-    return kind == Kind::kInteger  ? kArrayOfIntegers
-           : kind == Kind::kString ? kArrayOfStrings
-                                   : kArrayOfVariants;
+    return kind == kInt ? kArrayOfIntegers : kind == kText ? kArrayOfStrings : kArrayOfVariants;
   }
 
   static inline Subject subject_{};
+
+ private:
+  static void expectNothingLeft() {
+    EXPECT_TRUE(host_ == nullptr || host_->leftovers().empty()) << testing::PrintToString(host_->leftovers());
+  }
+  static void load(HostOptions options) {
+    host_.reset();
+    host_ = std::make_unique<Host>(std::move(options));
+    host_->load(VORNIK_PLUGIN_PATH);
+  }
+
+  static inline std::unique_ptr<Host> host_;
+  bool ownHost_ = false;
 };
 
 /// A suite run for each of the classes that VORNIK_FOR_CLASSES names.
@@ -147,7 +216,6 @@ using ContainerTest = PerSubject<ContainerSuite>;
 
 inline constexpr auto anyClass = [](const ClassFacts&) { return true; };
 inline constexpr auto isMap = [](const ClassFacts& facts) { return facts.isMap(); };
-inline constexpr auto isOrdered = [](const ClassFacts& facts) { return facts.ordered; };
 inline constexpr auto hasCaseChoice = [](const ClassFacts& facts) { return facts.hasCaseChoice(); };
 
 #define VORNIK_FOR_CLASSES(Suite, ...)                                             \

@@ -36,13 +36,11 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment = 0) {
 
 }  // namespace
 
-MemoryShortage::MemoryShortage(int nth, Shortage kind) {
+void limitMemory(int nth, Shortage kind) {
   shortage = {nth, kind == Shortage::kFromThenOn, 0};
 }
-MemoryShortage::~MemoryShortage() {
+int unlimitMemory() {
   shortage.untilFailure = 0;
-}
-int MemoryShortage::failures() const {
   return shortage.failures;
 }
 
@@ -52,51 +50,18 @@ using vornik::behaviour::allocate;
 using vornik::behaviour::allocateOrThrow;
 
 // The library's allocation functions are these too: it takes them from the executable, which exports them.
-void* operator new(std::size_t size) {
-  return allocateOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-  return allocateOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-  return allocate(size);
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  return allocateOrThrow(size, static_cast<std::size_t>(alignment));
-}
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-  return allocateOrThrow(size, static_cast<std::size_t>(alignment));
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-  std::free(memory);
-}
+// clang-format off
+#define VORNIK_ALLOCATION_FUNCTIONS(form)                                                                  \
+  void* operator new form(std::size_t size) { return allocateOrThrow(size); }                              \
+  void* operator new form(std::size_t size, std::align_val_t alignment) {                                  \
+    return allocateOrThrow(size, static_cast<std::size_t>(alignment));                                     \
+  }                                                                                                        \
+  void* operator new form(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }     \
+  void operator delete form(void* memory) noexcept { std::free(memory); }                                  \
+  void operator delete form(void* memory, std::size_t) noexcept { std::free(memory); }                     \
+  void operator delete form(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }           \
+  void operator delete form(void* memory, std::align_val_t) noexcept { std::free(memory); }                \
+  void operator delete form(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+// clang-format on
+VORNIK_ALLOCATION_FUNCTIONS()
+VORNIK_ALLOCATION_FUNCTIONS([])

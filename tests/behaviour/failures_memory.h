@@ -6,18 +6,11 @@ namespace vornik::behaviour {
 
 enum class Shortage { kOneAllocation, kFromThenOn };
 
-/// While it lives, the library's nth allocation fails, counted from 1; and so do all later ones if the
-/// shortage is to last. One at a time.
-class MemoryShortage {
- public:
-  MemoryShortage(int nth, Shortage shortage);
-  ~MemoryShortage();
-  MemoryShortage(const MemoryShortage&) = delete;
-  MemoryShortage& operator=(const MemoryShortage&) = delete;
-
-  /// Allocations that failed so far.
-  int failures() const;
-};
+/// From now on the library's nth allocation fails, counted from 1; and so do all later ones if the shortage
+/// is to last.
+void limitMemory(int nth, Shortage shortage);
+/// Ends that; how many allocations failed.
+int unlimitMemory();
 
 }  // namespace vornik::behaviour
 

@@ -1,0 +1,90 @@
+// Maps made from maps, sets made from arrays, and the references that values in them take.
+#include "tests/behaviour/container_test.h"
+
+namespace vornik::behaviour {
+namespace {
+
+struct Maps : ContainerTest {};
+VORNIK_FOR_CLASSES(Maps, isMap);
+struct ReferenceMaps : ContainerTest {};
+VORNIK_FOR_CLASSES(ReferenceMaps, [](const ClassFacts& f) { return f.isMap() && f.value != kInt; });
+struct Sets : ContainerTest {};
+VORNIK_FOR_CLASSES(Sets, [](const ClassFacts& f) { return !f.isMap(); });
+
+TEST_P(Maps, CopiesAndClonesAreIndependent) {
+  const Value map = make({1, 2, 3, 4, 5}), copy = unmade();
+  copyInto(copy, map);
+  for (const Value& other : {copy, call(map, "Clone")}) {
+    EXPECT_EQ(content(other), entries({1, 2, 3, 4, 5}));
+    EXPECT_TRUE(facts().ordered || facts().key != kInt || keys(other) == shown({1, 2, 3, 4, 5}));
+    put(other, 1, 9);
+    put(other, 6);
+    call(other, "Remove", {key(2)});
+    EXPECT_EQ(count(other), 5);
+    EXPECT_EQ(content(map), entries({1, 2, 3, 4, 5}));
+  }
+  call(map, "Clear");
+  put(map, 7);
+  copyInto(copy, map);
+  EXPECT_EQ(content(copy), entries({7})) << "what was in the target is gone";
+  if (facts().ordered) return;
+  EXPECT_EQ(host().get(call(map, "Clone"), "BinCount").integer(), 2) << "not the source's";
+}
+
+TEST_P(Maps, CopyFailures) {
+  const Value map = make({1, 2});
+  EXPECT_EQ(raised([&] { copyInto(map, nullptr); }), "NilObjectException: Other map is nil");
+  EXPECT_EQ(content(map), entries({1, 2}));
+  for (const Value& source : {unmade(), map}) {
+    EXPECT_EQ(raised([&] { copyInto(map, source); }), "NilObjectException: Other map not initialized");
+    EXPECT_EQ(raised([&] { count(map); }), missing());
+    copyInto(map, make({3}));
+    EXPECT_EQ(content(map), entries({3}));
+  }
+}
+
+TEST_P(ReferenceMaps, HoldValuesOnceAndShareThemWithCopies) {
+  const Value held = facts().value == kText ? Value("shared") : host().variant(host::VariantType::kInt64, 5);
+  const std::int64_t before = host().references(held);
+  const auto taken = [&] { return host().references(held) - before; };
+  const Value map = make();
+  for (const int k : {1, 1, 2}) host().assign(map, "value", {key(k)}, held);
+  EXPECT_EQ(taken(), 2);
+  Value clone = call(map, "Clone");
+  EXPECT_EQ(taken(), 4);
+  call(map, "Remove", {key(2)});
+  host().assign(call(map, "first"), "Value", {}, nullptr);
+  EXPECT_EQ(taken(), 2);
+  put(clone, 1, 8);
+  clone = nullptr;
+  EXPECT_EQ(taken(), 0);
+  // An empty value is a value.
+  EXPECT_EQ(answer(map, "value", {key(1)}), "nil");
+  EXPECT_EQ(answer(map, "lookup", {key(1), value(7)}), "nil");
+  EXPECT_EQ(answer(map, "lookup", {key(2), nullptr}), "nil");
+  EXPECT_EQ(answer(call(map, "Clone"), "ValueAtIndex", {0}), "nil");
+}
+
+TEST_P(Sets, FromAnArray) {
+  const char* type = facts().key == kInt ? "integer" : facts().key == kText ? "string" : "variant";
+  const std::string fromArray = std::string("Constructor(Keys() as ") + type + ")";
+  const Value set = make({2}), none = unmade();
+  for (const Value& object : {set, none}) {
+    EXPECT_EQ(raised([&] { callDeclared(object, fromArray, nullptr); }),
+              "NilObjectException: values array is nil");
+  }
+  EXPECT_EQ(raised([&] { count(none); }), missing());
+  EXPECT_EQ(content(set), entries({2}));
+  // Variant sets take strings too.
+  for (const Kind kind : {facts().key, facts().key == kAny ? kText : facts().key}) {
+    const Values keys{keyOf(kind, 6), keyOf(kind, 4), keyOf(kind, 6), keyOf(kind, 1)};
+    call(set, "Constructor", {host().array(arrayOf(kind), keys)});
+    EXPECT_EQ(content(set), entries({1, 4, 6}));
+  }
+  EXPECT_TRUE(!facts().hasCaseChoice() || host().get(set, "CaseSensitive").boolean());
+  call(set, "Constructor", {host().array(arrayOf(facts().key), {})});
+  EXPECT_EQ(count(set), 0);
+}
+
+}  // namespace
+}  // namespace vornik::behaviour
