@@ -42,9 +42,9 @@ the entries and never shrinks, not even when the $container is cleared.]],
     example = { "$Class(false).CaseSensitive" },
   },
   ["Constructor(dic)"] = {
-    text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types; a
-text that is no number becomes 0. Where two keys convert to the same Integer, the later value stays. From a Dictionary
-that is nil, an empty map.]],
+    text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types; it
+may make 0 of a text that is no number. Where two keys convert to the same Integer, the later value stays. From a
+Dictionary that is nil, an empty map.]],
     cost = "as many insertions as the Dictionary has entries.",
     example = { '$Class(Dictionary{[$a] = "x"}).Keys', "$Hash(Dictionary($m)).Count" },
   },
