@@ -227,7 +227,7 @@ std::string describe(Host& host, const Value& value) {
     return text;
   }
   if (std::holds_alternative<StringRef>(value.held())) return quoted(value.text());
-  const std::string name = host.className(value);
+  std::string name = host.className(value);
   if (!name.starts_with(kVariantClasses)) return name;
   return isPlainVariant(name) ? describe(host, host.unbox(value)) : describeVariant(host, value);
 }
