@@ -53,7 +53,7 @@ void replaceByCopy(rbText::Form<Unit>& form, Change change) {
 
 template <typename Unit>
 void terminate(rbText::Form<Unit>& form) {
-  if (form.length < 0 || form.data[form.length] == 0) return;
+  if (form.data[form.length] == 0) return;
   debugLog("String is not zero terminated. Fixed.");
   replaceByCopy(form, [](Unit unit) { return unit; });
 }
@@ -67,7 +67,7 @@ bool convertByHost(rbText::Form<Unit>& form, REALstringStruct* string, std::uint
     return false;
   }
   form.recordFilled = true;
-  if (form.record.data == nullptr) return false;
+  if (form.record.data == nullptr || form.record.byteLength < 0) return false;
   form.data = static_cast<const Unit*>(form.record.data);
   form.length = form.record.byteLength / static_cast<std::int64_t>(sizeof(Unit));
   return true;

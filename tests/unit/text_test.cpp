@@ -112,10 +112,13 @@ TEST_F(Text, UTF16FromTheHostIsTerminatedSwappedAndFreedOfItsMark) {
     std::int64_t bytes;
     std::u16string text;
     std::vector<std::string> log = {};
-  } rows[] = {
-      {u"ab", 4, u"ab"},           {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
-      {u"ab", 5, u"ab"},           {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
-      {u"\uFEFF\uFFFEA", 6, u"A"}, {u"\uFEFF", 2, u""}};
+  } rows[] = {{u"ab", 4, u"ab"},
+              {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
+              {u"ab", 5, u"ab"},
+              {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
+              {u"\uFEFF\uFFFEA", 6, u"A"},
+              {u"\uFEFF", 2, u""},
+              {u"ab", -6, u""}};
   const host::Value string = host_.string("?", kEncodingUTF32);
   for (const auto& row : rows) {
     hostText = row.given;
