@@ -278,7 +278,7 @@ void rbText::decodeUTF8() noexcept {
   if (utf8.length < 1) return;
   utf16.owned = zeroFilled<std::uint16_t>(utf8.length + 8);
   if (utf16.owned == nullptr) return;
-  const auto count = static_cast<std::uint32_t>(utf8.length);  // what is past 4 GiB is not text of a key
+  const auto count = static_cast<std::uint32_t>(utf8.length);  // hashes go by the length modulo 2^32
   const DecodedUTF8 decoded = vornik::decodeUTF8(utf8.data, count, utf16.owned.get());
   if (decoded.consumed < count) {
     debugLog("Illegal UTF-8 sequence!", static_cast<std::uint64_t>(decoded.consumed));
