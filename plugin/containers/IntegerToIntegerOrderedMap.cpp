@@ -1,9 +1,9 @@
-#include "plugin/containers/class_definitions.h"
+#include "plugin/containers/class_list.h"
 #include "plugin/containers/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
-#include "plugin/containers/ordered_tree.h"
+#include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
 namespace {

@@ -1,9 +1,9 @@
-#include "plugin/containers/class_definitions.h"
+#include "plugin/containers/class_list.h"
 #include "plugin/containers/class_tables.h"
-#include "plugin/containers/hash_table.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/set_functions.h"
+#include "plugin/structures/hash_table.h"
 
 namespace vornik {
 namespace {

@@ -6,9 +6,9 @@
 #include <memory>
 #include <utility>
 
-#include "plugin/containers/positions.h"
 #include "plugin/frame/errors.h"
 #include "plugin/frame/owned.h"
+#include "plugin/structures/positions.h"
 
 namespace vornik {
 

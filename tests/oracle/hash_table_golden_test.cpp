@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/containers/bucket_count.h"
-#include "plugin/containers/hash_table.h"
+#include "plugin/structures/bucket_count.h"
+#include "plugin/structures/hash_table.h"
 #include "tests/oracle/hashing.h"
 
 namespace vornik::oracle {

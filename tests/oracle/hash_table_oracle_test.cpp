@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "plugin/containers/hash_table.h"
+#include "plugin/structures/hash_table.h"
 #include "tests/oracle/hashing.h"
 
 #ifndef _LIBCPP_VERSION

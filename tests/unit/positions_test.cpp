@@ -1,4 +1,4 @@
-#include "plugin/containers/positions.h"
+#include "plugin/structures/positions.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 // the first element of its run. Elements know their predecessor and whether they end their run, so that a
 // lookup touches the bucket array and the elements of one run and nothing else, and a new run at the head of
 // the chain touches no other bucket.
-#ifndef VORNIK_CONTAINERS_HASH_TABLE_H
-#define VORNIK_CONTAINERS_HASH_TABLE_H
+#ifndef VORNIK_STRUCTURES_HASH_TABLE_H
+#define VORNIK_STRUCTURES_HASH_TABLE_H
 
 #include <algorithm>
 #include <cstddef>
@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/containers/bucket_count.h"
-#include "plugin/containers/node_pool.h"
-#include "plugin/containers/positions.h"
+#include "plugin/structures/bucket_count.h"
+#include "plugin/structures/node_pool.h"
+#include "plugin/structures/positions.h"
 
 namespace vornik {
 
@@ -305,4 +305,4 @@ class HashTable {
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_HASH_TABLE_H
+#endif  // VORNIK_STRUCTURES_HASH_TABLE_H

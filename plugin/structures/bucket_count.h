@@ -1,6 +1,6 @@
 // Sizes of the hash table's bucket array, and division by them.
-#ifndef VORNIK_CONTAINERS_BUCKET_COUNT_H
-#define VORNIK_CONTAINERS_BUCKET_COUNT_H
+#ifndef VORNIK_STRUCTURES_BUCKET_COUNT_H
+#define VORNIK_STRUCTURES_BUCKET_COUNT_H
 
 #include <bit>
 #include <cstdint>
@@ -67,4 +67,4 @@ constexpr std::uint64_t grownBucketCount(std::uint64_t size, std::uint64_t bucke
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_BUCKET_COUNT_H
+#endif  // VORNIK_STRUCTURES_BUCKET_COUNT_H

@@ -1,6 +1,6 @@
 // The ordered container behind the ordered classes: unique keys in an ordered tree, with safe positions.
-#ifndef VORNIK_CONTAINERS_ORDERED_TREE_H
-#define VORNIK_CONTAINERS_ORDERED_TREE_H
+#ifndef VORNIK_STRUCTURES_ORDERED_TREE_H
+#define VORNIK_STRUCTURES_ORDERED_TREE_H
 
 #include <cstddef>
 #include <iterator>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "plugin/containers/positions.h"
+#include "plugin/structures/positions.h"
 
 namespace vornik {
 
@@ -138,4 +138,4 @@ class OrderedTree {
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_ORDERED_TREE_H
+#endif  // VORNIK_STRUCTURES_ORDERED_TREE_H

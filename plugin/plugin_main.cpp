@@ -1,11 +1,12 @@
-// The library's entry point: learns what host it runs in, then registers the classes.
+// The library's entry point: learns what host it runs in, then registers the classes. It stands above the
+// rooms, so that the frame need not know what is built on it.
 #include <strings.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
-#include "plugin/frame/class_list.h"
+#include "plugin/containers/class_list.h"
 #include "plugin/frame/definition_checks.h"
 #include "plugin/frame/host_services.h"
 #include "plugin/frame/log.h"
@@ -51,5 +52,5 @@ extern "C" [[gnu::visibility("default")]] void REALPluginMain(REALresolver resol
   for (auto spaces = std::count(partName.begin(), partName.end(), ' '); spaces > 0; --spaces) {
     LogMessageX("%s%s %s", kDebugPrefix, "Warning: plugin name containts space character", gpartname);
   }
-  for (REALclassDefinition* definition : classDefinitions()) MyREALRegisterClass(*definition);
+  for (REALclassDefinition* definition : kClassDefinitions) MyREALRegisterClass(*definition);
 }

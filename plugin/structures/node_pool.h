@@ -1,6 +1,6 @@
 // Memory for the nodes of one container, taken in slabs.
-#ifndef VORNIK_CONTAINERS_NODE_POOL_H
-#define VORNIK_CONTAINERS_NODE_POOL_H
+#ifndef VORNIK_STRUCTURES_NODE_POOL_H
+#define VORNIK_STRUCTURES_NODE_POOL_H
 
 #include <algorithm>
 #include <cstddef>
@@ -59,4 +59,4 @@ class NodePool {
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_NODE_POOL_H
+#endif  // VORNIK_STRUCTURES_NODE_POOL_H

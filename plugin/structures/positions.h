@@ -7,8 +7,8 @@
 // ones; when the entry goes, the slot is freed and its generation raised, so that every handle to it is
 // recognised as stale for ever. Slots lie in blocks, and a block that no entry uses gives its memory back:
 // what positions cost is bounded by the entries and containers that have one.
-#ifndef VORNIK_CONTAINERS_POSITIONS_H
-#define VORNIK_CONTAINERS_POSITIONS_H
+#ifndef VORNIK_STRUCTURES_POSITIONS_H
+#define VORNIK_STRUCTURES_POSITIONS_H
 
 #include <algorithm>
 #include <cstdint>
@@ -173,4 +173,4 @@ class PositionAnchor {
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_POSITIONS_H
+#endif  // VORNIK_STRUCTURES_POSITIONS_H
