@@ -76,7 +76,8 @@ void writeSystemLog(const char* text) noexcept {
   const Readable readable(text);
   constexpr std::uint8_t kObject[] = {'%', '@'};
 
-  // A string object, because a format's "%s" takes the bytes for another encoding than UTF-8. The log ends the line.
+  // A string object, because a format's "%s" takes the bytes for another encoding than UTF-8. The log ends
+  // the line.
   void* const pool = objc_autoreleasePoolPush();
   const CFStringRef format = makeString(kObject, sizeof kObject);
   const CFStringRef line = makeString(readable.bytes, readable.count);

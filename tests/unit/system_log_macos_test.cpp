@@ -18,7 +18,9 @@ struct System {
   bool outOfMemory = false;
 } played;
 
-const std::string& text(const void* string) { return *static_cast<const std::string*>(string); }
+const std::string& text(const void* string) {
+  return *static_cast<const std::string*>(string);
+}
 
 }  // namespace
 
@@ -76,7 +78,8 @@ class SystemLogMacosTest : public ::testing::Test {
 };
 
 TEST_F(SystemLogMacosTest, TextArrivesAsItIs) {
-  for (const char* line : {"", "100 %s %@", "Größe, размер, 大きさ, 🂡", "\u007F \u0080 \u07FF \u0800 \uD7FF \uE000 "
+  for (const char* line : {"", "100 %s %@", "Größe, размер, 大きさ, 🂡",
+                           "\u007F \u0080 \u07FF \u0800 \uD7FF \uE000 "
                            "\uFFFF \U00010000 \U0010FFFF"}) {
     EXPECT_EQ(logged(line), line);
   }
@@ -87,8 +90,9 @@ TEST_F(SystemLogMacosTest, BytesThatAreNoTextAreSpelled) {
   EXPECT_EQ(logged("Gr\xF6\xDF"
                    "e: gro\xC3\x9F"),
             "Gr\\xF6\\xDFe: groß");
-  EXPECT_EQ(logged("\xC0\x80 \xE0\x9F\xBF \xED\xA0\x80 \xF0\x8F\xBF\xBF \xF4\x90\x80\x80 \xF5 \xFF"),
-            "\\xC0\\x80 \\xE0\\x9F\\xBF \\xED\\xA0\\x80 \\xF0\\x8F\\xBF\\xBF \\xF4\\x90\\x80\\x80 \\xF5 \\xFF");
+  EXPECT_EQ(
+      logged("\xC0\x80 \xE0\x9F\xBF \xED\xA0\x80 \xF0\x8F\xBF\xBF \xF4\x90\x80\x80 \xF5 \xFF"),
+      "\\xC0\\x80 \\xE0\\x9F\\xBF \\xED\\xA0\\x80 \\xF0\\x8F\\xBF\\xBF \\xF4\\x90\\x80\\x80 \\xF5 \\xFF");
   EXPECT_EQ(logged("cut off: \xE5\xA4"), "cut off: \\xE5\\xA4");
 }
 
