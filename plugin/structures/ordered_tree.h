@@ -103,6 +103,12 @@ class OrderedTree {
     return std::exchange(tree_, Tree());
   }
 
+  /// Makes every position of this container stale, that of its end included. Linear.
+  void forgetPositions() noexcept {
+    end_.release();
+    forgetEntryPositions();
+  }
+
   /// Whether MoveNext leads from `first` to `last`. Linear in the distance between them, or to the end.
   bool reaches(Place first, Place last) {
     if (last == tree_.end()) return true;
@@ -127,11 +133,6 @@ class OrderedTree {
   void forgetEntryPositions() noexcept {
     for (auto& [key, entry] : tree_) entry.anchor.release();
   }
-  void forgetPositions() noexcept {
-    end_.release();
-    forgetEntryPositions();
-  }
-
   Tree tree_;
   Anchor end_;
 };
