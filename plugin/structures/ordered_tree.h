@@ -40,8 +40,13 @@ namespace vornik {
 ///   hold(detail)                         a reference more, for a copy of an entry
 ///   lend(number, detail)                 the key as callers see it, borrowed
 ///   release(number, detail)              the Key that owns what the entry owned
-///   shared(probe), common(a, b), translate(number, detail, from, to), tighten(routes, count)
-///                                        only where Shared is not empty
+///
+/// and, only where Shared is not empty:
+///
+///   shared(probe), shares(shared, probe)   what a key shares with itself; whether it shares all that a
+///   node's keys do common(shared, probe or shared)      what both have translate(number, detail, from, to)
+///   a number relative to less than it was tighten(routes, count)               may let them share more, with
+///   numbers to match; asks the host
 ///
 /// None of them fails. Destroying keys and values can run host code, and host code can come back to this very
 /// container. Whatever takes entries out therefore hands them to the caller, who lets them die once the
