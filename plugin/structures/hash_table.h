@@ -83,7 +83,7 @@ class HashTable {
   HashTable(const HashTable&) = delete;
   HashTable& operator=(const HashTable&) = delete;
   ~HashTable() {
-    end_.release();
+    forgetPositions();
     const auto removed = extractAll();
   }
 
@@ -124,6 +124,7 @@ class HashTable {
   /// The order is that of inserting one by one, so none of the growths on the way can be left out; but no
   /// element needs to be looked for.
   void copyFrom(const HashTable& other) {
+    chain_ = Chain(static_cast<NodeIndex>(std::min<std::uint64_t>(other.size_, Sizes::kMovedFrom)));
     for (Place place = other.begin(); size_ != other.size_;) {
       if (mustGrow(size_ + 1, bucketCount())) grow(other.size_);
       // As many as the buckets are good for, or a single one: single precision can ask for more.
@@ -186,12 +187,18 @@ class HashTable {
 
   /// Takes out everything. The bucket count and the end position stay what they were. Linear.
   [[nodiscard]] RemovedAll extractAll() noexcept {
-    for (Place place = 1; positioned_ != 0; ++place) forget(place);
+    forgetEntryPositions();
     if (size_ != 0) std::fill_n(buckets_.get(), bucketCount(), Place{0});
     size_ = 0;
     change_ = ++lastChange;
     Anchors().swap(anchors_);
     return RemovedAll(std::exchange(chain_, Chain()));
+  }
+
+  /// Makes every position of this container stale, that of its end included. Linear.
+  void forgetPositions() noexcept {
+    end_.release();
+    forgetEntryPositions();
   }
 
   /// Whether MoveNext leads from `first` to `last`. Linear in the distance between them, or to the end.
@@ -289,8 +296,6 @@ class HashTable {
   void unlink(Place place) {
     if (chain_.startsRun(place)) {
       buckets_[bucketOf(chain_[place])] = chain_.endsRun(place) ? 0 : next(place);
-    } else if (chain_.endsRun(place)) {
-      chain_.setEndsRun(chain_.previous(place), true);
     }
     chain_.unlink(place);
     --size_;
@@ -415,6 +420,10 @@ class HashTable {
     if (positioned_ == 0 || place >= anchors_.size() || anchors_[place] == 0) return;
     Positions::free(std::exchange(anchors_[place], 0));
     --positioned_;
+  }
+
+  void forgetEntryPositions() noexcept {
+    for (Place place = 1; positioned_ != 0; ++place) forget(place);
   }
 
   std::unique_ptr<Place[]> buckets_;  // the first element of each one's run, or 0

@@ -75,12 +75,13 @@ class NodeChain {
     nodes_[predecessor].next = node | (nodes_[predecessor].next & kEndsRun);
     nodes_[successor].previous = node;
   }
-  /// Its neighbours close the gap; runs end where they ended.
+  /// Takes a node off the chain. A run that it ended ends with its predecessor; so it does where the node was
+  /// all of its run, because the predecessor ends another.
   void unlink(NodeIndex node) {
-    const NodeIndex predecessor = previous(node);
-    const NodeIndex successor = next(node);
-    nodes_[predecessor].next = successor | (nodes_[predecessor].next & kEndsRun);
-    nodes_[successor].previous = predecessor;
+    const NodeIndex predecessor = nodes_[node].previous;
+    const NodeIndex link = nodes_[node].next;
+    nodes_[predecessor].next = link | (nodes_[predecessor].next & kEndsRun);
+    nodes_[link & ~kEndsRun].previous = predecessor;
   }
 
   /// Makes more room for a full chain; every element keeps its index. std::bad_alloc with nothing changed.

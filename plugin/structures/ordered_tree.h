@@ -88,7 +88,7 @@ class OrderedTree {
   OrderedTree& operator=(const OrderedTree&) = delete;
   ~OrderedTree() {
     // Before any entry dies, so that no host code can reach one that is about to.
-    end_.release();
+    forgetPositions();
     const RemovedRange removed = extractAll();
   }
 
@@ -166,14 +166,18 @@ class OrderedTree {
   /// Takes out everything. The end position stays what it was. Linear in the number of leaves and positions.
   [[nodiscard]] RemovedRange extractAll() noexcept {
     if (root_ == nullptr) return RemovedRange(nullptr);
-    for (Leaf* leaf = first_; leaf != nullptr; leaf = leaf->next) {
-      Nodes::template freeSlots<Positions>(leaf, 0, leaf->count);
-    }
+    forgetEntryPositions();
     destroyInner(std::exchange(root_, nullptr));
     last_ = nullptr;
     size_ = 0;
     change_ = ++lastChange;
     return RemovedRange(std::exchange(first_, nullptr));
+  }
+
+  /// Makes every position of this container stale, that of its end included. Linear as extractAll.
+  void forgetPositions() noexcept {
+    end_.release();
+    forgetEntryPositions();
   }
 
   /// Whether MoveNext leads from `first` to `last`. Logarithmic.
@@ -316,6 +320,12 @@ class OrderedTree {
   void unlink(Leaf* first, Leaf* last) noexcept;
 
   // ---- Whole trees
+
+  void forgetEntryPositions() noexcept {
+    for (Leaf* leaf = first_; leaf != nullptr; leaf = leaf->next) {
+      Nodes::template freeSlots<Positions>(leaf, 0, leaf->count);
+    }
+  }
 
   Node* copyOf(Node* node);
   Leaf* copyOfLeaf(Leaf* source);
