@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 #include "plugin/values/reference.h"
 #include "plugin/values/text.h"
@@ -26,6 +28,8 @@ class StringOperand {
 
   REALstringStruct* string() const { return string_; }
   const rbText::Form<char>& utf8() const;
+  /// What case-sensitive keys are compared by: the UTF-8 form up to its first zero byte.
+  std::string_view keyText() const;
   const rbText::Form<std::uint16_t>& utf16() const;
 
  private:
@@ -35,6 +39,7 @@ class StringOperand {
   }
 
   REALstringStruct* string_;
+  mutable std::int64_t keyLength_ = -1;
   mutable std::optional<rbText> view_;
 };
 
@@ -53,6 +58,7 @@ struct RBString {
   using Operand = StringOperand;
 
   explicit RBString(const StringOperand& operand) : string(operand.string()) {}
+  explicit RBString(StringReference owned) noexcept : string(std::move(owned)) {}
   REALstringStruct* get() const { return string.get(); }
 
   static std::int64_t compare(const Operand& a, const Operand& b) {

@@ -92,6 +92,7 @@ struct RBVariant {
   using Operand = VariantOperand;
 
   explicit RBVariant(const VariantOperand& operand) : variant(operand.variant()) {}
+  explicit RBVariant(ObjectReference owned) noexcept : variant(std::move(owned)) {}
   REALobjectStruct* get() const { return variant.get(); }
 
   static std::int64_t compare(const Operand& a, const Operand& b) {
