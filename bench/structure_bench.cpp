@@ -4,6 +4,7 @@
 #include "bench/keys.h"
 #include "bench/raw_map.h"
 #include "plugin/containers/kinds.h"
+#include "plugin/containers/orders.h"
 #include "plugin/structures/hash_table.h"
 #include "plugin/structures/ordered_tree.h"
 
