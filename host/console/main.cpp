@@ -110,7 +110,7 @@ int main(int argc, char** argv) {
     options.script = app.remaining();
     if (!options.reference.empty()) {
       std::filesystem::create_directories(options.reference);
-      options.script = {VORNIK_REFERENCE_SCRIPT, options.reference, VORNIK_EXAMPLES};
+      options.script = {VORNIK_REFERENCE_SCRIPT, options.reference};
     }
     if (!options.script.empty() && options.script.front().size() > 1 && options.script.front()[0] == '-') {
       throw CLI::ExtrasError({options.script.front()});
