@@ -33,6 +33,7 @@ for text, message in pairs {
   ["Var b As Boolean = m.hasKey(\"3\")"] = "does not take (string)",
   ["Var b As Boolean = m.hasKey(1, 2)"] = "does not take (integer, integer)",
   ["m.Remove(3)"] = "the result of Remove is dropped",
+  ["Var v As Variant = 3\nCall m.Remove(v)"] = "has more than one overload for (variant)",
   ["m.Count"] = "the result of Count is dropped",
   ["Var n As Integer = m.Clear"] = "Clear answers nothing",
   ["Var n As Integer = m.value(1)"] = "the value is string, and integer is wanted",

@@ -37,12 +37,19 @@ end
 function Checker:choose(node, name, overloads, arguments)
   local given = {}
   for i, argument in ipairs(arguments) do given[i] = self:value(argument) end
+  local found = {}
   for _, overload in ipairs(overloads) do
-    local fits = #given >= overload.required and #given <= #overload.types
-    for i = 1, #given do fits = fits and self.types:fits(given[i], overload.types[i]) end
-    if fits then return overload end
+    local fits, exact = #given >= overload.required and #given <= #overload.types, true
+    for i = 1, #given do
+      fits = fits and self.types:fits(given[i], overload.types[i])
+      exact = exact and given[i] == overload.types[i]
+    end
+    if fits and exact then return overload end
+    if fits then found[#found + 1] = overload end
   end
-  fail(node, "%s does not take (%s)", name, table.concat(given, ", "))
+  if #found == 1 then return found[1] end
+  fail(node, "%s %s (%s)", name, #found == 0 and "does not take" or "has more than one overload for",
+       table.concat(given, ", "))
 end
 
 -- ---- Expressions: each answers the type of its value; nil for a method without a result ----
