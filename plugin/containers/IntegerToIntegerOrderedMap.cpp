@@ -3,6 +3,7 @@
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
+#include "plugin/containers/orders.h"
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {

@@ -2,6 +2,7 @@
 #include "plugin/containers/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
+#include "plugin/containers/orders.h"
 #include "plugin/containers/set_functions.h"
 #include "plugin/structures/ordered_tree.h"
 

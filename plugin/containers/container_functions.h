@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "plugin/containers/instance_data.h"
@@ -176,23 +177,24 @@ struct ContainerFunctions {
   /// Removes the entry at a position of this very container, which the handle must be.
   template <typename Container>
   static void removeAt(REALobjectStruct* self, Container& container, PositionHandle handle) {
-    const auto* position = ownPosition(container, handle);
-    if (position == nullptr) return;
-    if (position->place == container.end()) return raiseAtEnd();
+    const auto place = ownPlace(container, handle);
+    if (!place) return;
+    if (*place == container.end()) return raiseAtEnd();
     const DroppedCache cache(data(self));
-    [[maybe_unused]] const auto removed = container.extract(position->place);
+    [[maybe_unused]] const auto removed = container.extract(*place);
   }
 
   /// Removes the entries between two positions of this very container; the second stays.
   template <typename Container>
   static void removeRange(REALobjectStruct* self, Container& container, PositionHandle from,
                           PositionHandle to) {
-    const auto* first = ownPosition(container, from);
-    const auto* last = first != nullptr ? ownPosition(container, to) : nullptr;
-    if (last == nullptr) return;
-    if (!container.reaches(first->place, last->place)) return raiseReversedRange();
+    const auto first = ownPlace(container, from);
+    if (!first) return;
+    const auto last = ownPlace(container, to);
+    if (!last) return;
+    if (!container.reaches(*first, *last)) return raiseReversedRange();
     const DroppedCache cache(data(self));
-    const auto removed = container.extract(first->place, last->place);
+    const auto removed = container.extract(*first, *last);
   }
 
   static IteratorData& iteratorData(REALobjectStruct* iterator) {
@@ -220,20 +222,19 @@ struct ContainerFunctions {
   }
 
  private:
-  /// Resolves a handle that must lie in `container`; raises and answers null when it does not.
+  /// The place of a handle that must lie in `container`; raises and answers nothing when it does not.
   template <typename Container>
-  static const typename Container::Positions::Position* ownPosition(Container& container,
-                                                                    PositionHandle handle) {
-    const auto* position = Container::Positions::resolve(handle);
-    if (position == nullptr) {
+  static std::optional<typename Container::Place> ownPlace(Container& container, PositionHandle handle) {
+    const auto located = Container::locate(handle);
+    if (located.owner == nullptr) {
       raiseStaleIterator();
-      return nullptr;
+      return {};
     }
-    if (position->owner != &container) {
+    if (located.owner != &container) {
       raiseForeignIterator();
-      return nullptr;
+      return {};
     }
-    return position;
+    return located.place;
   }
 };
 

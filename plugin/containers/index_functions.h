@@ -48,16 +48,24 @@ struct IndexFunctions : ContainerFunctions<Class> {
       const auto upperBound = static_cast<std::int64_t>(container.size()) - 1;
       OwnedObject keys(REALCreateArray(Class::Key::kArrayType, upperBound));
       if (!keys) return;
+      auto* const keyArray = asArray<typename Class::Key>(keys.get());
       if constexpr (kHasValues) {
         OwnedObject values(REALCreateArray(Class::Value::kArrayType, upperBound));
         if (!values) return;
-        auto* valueArray = asArray<typename Class::Value>(values.get());
-        fill(container, keys, [&](std::int64_t index, auto place) {
-          REALSetArrayValue(valueArray, index, Class::Value::lend(container.value(place)));
+        auto* const valueArray = asArray<typename Class::Value>(values.get());
+        const Unchanged unchanged(self, container);
+        walk(container, unchanged, [&](std::int64_t index, auto place) {
+          REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
+          if (unchanged) REALSetArrayValue(valueArray, index, Class::Value::lend(container.value(place)));
         });
+        if (!unchanged || data(self).keyArray != nullptr) return;
         data(self).valueArray = values.release();
       } else {
-        fill(container, keys, [](std::int64_t, auto) {});
+        const Unchanged unchanged(self, container);
+        walk(container, unchanged, [&](std::int64_t index, auto place) {
+          REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
+        });
+        if (!unchanged || data(self).keyArray != nullptr) return;
       }
       data(self).keyArray = keys.release();
     });
@@ -97,10 +105,9 @@ struct IndexFunctions : ContainerFunctions<Class> {
     if (targetArray == nullptr) return RaiseException("NilObjectException", "array is nil");
     auto* array = asArray<Kind>(targetArray);
     withContainer(data(self), [&](auto& container) {
-      std::int64_t index = 0;
-      for (auto place = container.begin(); place != container.end(); place = container.next(place), ++index) {
+      walk(container, Unchanged(self, container), [&](std::int64_t index, auto place) {
         if (const auto insert = Kind::insertProc(array)) insert(array, index, lend(container, place));
-      }
+      });
     });
   }
 
@@ -112,13 +119,33 @@ struct IndexFunctions : ContainerFunctions<Class> {
     return reinterpret_cast<typename Kind::Array*>(array);
   }
 
-  template <typename Container, typename AlsoSet>
-  static void fill(Container& container, const OwnedObject& keys, AlsoSet alsoSet) {
-    auto* keyArray = asArray<typename Class::Key>(keys.get());
+  /// Whether an object still holds a container and the container what it held: the host's array procedures
+  /// can run script code, and only while this is so are places still good.
+  template <typename Container>
+  class Unchanged {
+   public:
+    Unchanged(REALobjectStruct* self, const Container& container)
+        : self_(self), container_(&container), change_(container.change()) {}
+    explicit operator bool() const {
+      const void* const held = container_;
+      const bool isHeld = held == data(self_).sensitive || held == data(self_).insensitive;
+      return isHeld && container_->change() == change_;
+    }
+
+   private:
+    REALobjectStruct* self_;
+    const Container* container_;
+    ChangeStamp change_;
+  };
+
+  /// Runs visit(index, place) on every entry in iteration order, up to a change: what host code changes in
+  /// the middle of an export ends it.
+  template <typename Container, typename Visit>
+  static void walk(Container& container, const Unchanged<Container>& unchanged, Visit visit) {
     std::int64_t index = 0;
-    for (auto place = container.begin(); place != container.end(); place = container.next(place), ++index) {
-      REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
-      alsoSet(index, place);
+    for (auto place = container.begin(); place != container.end(); place = container.next(place)) {
+      visit(index++, place);
+      if (!unchanged) return;
     }
   }
 };

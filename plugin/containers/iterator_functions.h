@@ -84,12 +84,12 @@ struct IteratorFunctions {
   template <typename Container, typename Operation>
   static auto resolved(PositionHandle& cell, Operation operation) {
     using Result = decltype(operation(cell, std::declval<Container&>(), typename Container::Place()));
-    const auto* position = Container::Positions::resolve(cell);
-    if (position == nullptr) {
+    const auto located = Container::locate(cell);
+    if (located.owner == nullptr) {
       raiseStaleIterator();
       return Result();
     }
-    return operation(cell, *position->owner, position->place);
+    return operation(cell, *located.owner, located.place);
   }
 };
 

@@ -43,6 +43,7 @@ struct ReferenceKind {
 
   static Held hold(Host value) { return Held(value); }
   static Held adopt(Host value) { return Held::adopt(value); }
+  static Host lend(Host borrowed) { return borrowed; }
   template <typename AnyHeld>
   static Host lend(const AnyHeld& held) {
     return held.get();
@@ -77,39 +78,12 @@ struct VariantKind : ReferenceKind<REALobjectStruct> {
   static const ObjectReference& toVariant(const Held& held) { return held; }
 };
 
-/// Ascending order of Integers.
-struct IntegerOrder {
-  using is_transparent = void;
-  using Probe = std::int64_t;  ///< what a key that is searched for is wrapped in, once for the whole search
-  bool operator()(std::int64_t a, std::int64_t b) const { return a < b; }
-};
-
 /// Integers in hash tables: the 64-bit pattern is the hash.
 struct IntegerHashing {
   using Probe = std::int64_t;
   static constexpr bool kKeyIsHash = true;
   static std::uint64_t hash(std::int64_t key) { return static_cast<std::uint64_t>(key); }
   static bool equal(std::int64_t a, std::int64_t b) { return a == b; }
-};
-
-enum class Direction { kAscending, kDescending };
-
-/// Order of keys that RBString or RBVariant hold.
-template <typename Key, Direction kDirection>
-struct KeyOrder {
-  using is_transparent = void;
-  using Probe = typename Key::Operand;
-
-  template <typename A, typename B>
-  bool operator()(const A& a, const B& b) const {
-    // Written out both ways: with a NaN the comparison gives the same sign in both.
-    return kDirection == Direction::kAscending ? Key::compare(operand(a), operand(b)) < 0
-                                               : Key::compare(operand(b), operand(a)) < 0;
-  }
-
- private:
-  static const Probe& operand(const Probe& probe) { return probe; }
-  static Probe operand(const Key& key) { return Probe(key.get()); }
 };
 
 /// Keys that RBString or RBVariant hold, in hash tables.
@@ -121,18 +95,8 @@ struct KeyHashing {
   static bool equal(const Key& key, const Probe& probe) { return Key::compare(Probe(key.get()), probe) == 0; }
 };
 
-// The orders and hashings of the classes. Ordered maps with String or Variant keys run from the greatest key
-// to the smallest, ordered sets from the smallest to the greatest.
-using RBStringMapOrderS = KeyOrder<RBStringS, Direction::kDescending>;
-using RBStringMapOrderI = KeyOrder<RBStringI, Direction::kDescending>;
-using LTRBStringS = KeyOrder<RBStringS, Direction::kAscending>;
-using LTRBStringI = KeyOrder<RBStringI, Direction::kAscending>;
 using RBStringHashS = KeyHashing<RBStringS>;
 using RBStringHashI = KeyHashing<RBStringI>;
-using RBVariantMapOrderS = KeyOrder<RBVariantS, Direction::kDescending>;
-using RBVariantMapOrderI = KeyOrder<RBVariantI, Direction::kDescending>;
-using LTRBVariantS = KeyOrder<RBVariantS, Direction::kAscending>;
-using LTRBVariantI = KeyOrder<RBVariantI, Direction::kAscending>;
 using RBVariantHashS = KeyHashing<RBVariantS>;
 using RBVariantHashI = KeyHashing<RBVariantI>;
 

@@ -37,6 +37,10 @@ class HashTable {
   using Policy = Hashing;
   using Place = Node*;  ///< null is the end
   using Positions = PositionTable<HashTable, Place>;
+  struct Located {
+    HashTable* owner;  ///< null when the handle is stale
+    Place place;
+  };
   /// An element that has left the container but still holds its key and value.
   struct Removed {
     Key key;
@@ -54,6 +58,8 @@ class HashTable {
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
+  /// Another one after every change of structure.
+  ChangeStamp change() const { return change_; }
   /// 0 for a new table; never shrinks.
   std::uint64_t bucketCount() const { return count_.value(); }
   Place begin() const { return first_; }
@@ -138,6 +144,7 @@ class HashTable {
     for (Place place = first_; positioned_ != 0; place = place->next) forget(*place);
     if (size_ != 0) std::fill_n(buckets_.get(), bucketCount(), nullptr);
     size_ = 0;
+    change_ = ++lastChange;
     return Chain(std::exchange(first_, nullptr), std::move(pool_));
   }
 
@@ -150,15 +157,21 @@ class HashTable {
 
   /// The handle of a place in this container; may throw std::bad_alloc.
   PositionHandle handle(Place place) {
-    if (place == nullptr) return end_.handle(this, place);
-    const bool isNew = !place->anchor.isTaken();
-    const PositionHandle handle = place->anchor.handle(this, place);
-    positioned_ += isNew ? 1 : 0;
-    return handle;
+    if (place == nullptr) return end_.handle(this);
+    if (place->anchor == 0) {
+      place->anchor = Positions::take(this, place, 0);
+      ++positioned_;
+    }
+    return Positions::handle(place->anchor);
+  }
+
+  /// Where a handle points.
+  static Located locate(PositionHandle handle) noexcept {
+    const auto* const slot = Positions::resolve(handle);
+    return slot != nullptr ? Located{slot->owner, slot->node} : Located{nullptr, nullptr};
   }
 
  private:
-  using Anchor = PositionAnchor<Positions>;
   static constexpr bool kElementsRunHostCode =
       !std::is_trivially_destructible_v<Key> || !std::is_trivially_destructible_v<Value>;
 
@@ -176,7 +189,7 @@ class HashTable {
     Node* previous = nullptr;
     Key key;
     [[no_unique_address]] Value value{};
-    Anchor anchor;
+    SlotNumber anchor = 0;
     bool endsRun = false;
   };
 
@@ -218,6 +231,7 @@ class HashTable {
     const Place node = ::new (pool_.take()) Node(hashField(hash), key);
     link(*node, count_.bucketOf(hash));
     ++size_;
+    change_ = ++lastChange;
     return node;
   }
 
@@ -249,6 +263,7 @@ class HashTable {
     }
     unlinkFromChain(node);
     --size_;
+    change_ = ++lastChange;
   }
 
   /// Regroups the chain into a fresh array of empty buckets. The runs keep the order of their first elements;
@@ -284,8 +299,8 @@ class HashTable {
 
   /// Makes the element's position stale, if it has one.
   void forget(Node& node) noexcept {
-    if (!node.anchor.isTaken()) return;
-    node.anchor.release();
+    if (node.anchor == 0) return;
+    Positions::free(std::exchange(node.anchor, 0));
     --positioned_;
   }
 
@@ -300,7 +315,8 @@ class HashTable {
   std::size_t size_ = 0;
   std::size_t positioned_ = 0;  // elements whose anchor holds a slot
   NodePool<Node> pool_;
-  Anchor end_;
+  ChangeStamp change_ = 0;
+  EndPosition<Positions> end_;
 };
 
 }  // namespace vornik

@@ -7,6 +7,8 @@
 // ones; when the entry goes, the slot is freed and its generation raised, so that every handle to it is
 // recognised as stale for ever. Slots lie in blocks, and a block that no entry uses gives its memory back:
 // what positions cost is bounded by the entries and containers that have one.
+//
+// The tables are shared by all containers of a type and take no lock: containers belong on one thread.
 #ifndef VORNIK_STRUCTURES_POSITIONS_H
 #define VORNIK_STRUCTURES_POSITIONS_H
 
@@ -14,6 +16,7 @@
 #include <cstdint>
 #include <limits>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace vornik {
@@ -25,30 +28,47 @@ using PositionHandle = std::uint64_t;
 /// Number of a slot; 0 is none.
 using SlotNumber = std::uint32_t;
 
-/// All positions into containers of one type. Place is what such a container uses to designate an entry or
-/// its end; it must be trivially copyable.
-template <typename Container, typename Place>
+/// For containers whose places are an index and nothing else.
+struct NoNode {};
+
+/// All positions into containers of one type. A place is a node of the container and an index, which the
+/// container interprets: it may be exact, or a hint that the container corrects. Node is trivially copyable;
+/// with NoNode a slot takes 16 bytes, with a pointer 24.
+template <typename Container, typename Node = NoNode>
 class PositionTable {
  public:
-  struct Position {
-    Container* owner;
-    Place place;
+  struct Slot {
+    Container* owner = nullptr;  ///< null in a free slot
+    [[no_unique_address]] Node node{};
+    std::uint32_t generation = 1;
+    std::uint32_t index = 0;  ///< in a free slot: the next free one of the block
   };
+  static_assert(std::is_trivially_copyable_v<Node>);
+  static_assert(sizeof(Slot) == (std::is_empty_v<Node> ? 16 : 24));
 
   /// A free slot for this position; std::bad_alloc, with nothing changed, when there is none and no memory.
   /// Amortised constant.
-  static SlotNumber take(Container* owner, Place place) {
+  static SlotNumber take(Container* owner, Node node, std::uint32_t index) {
     if (withFree_ == kNone) addBlock();
     const std::uint32_t number = withFree_;
     Block& block = blocks_[number];
     if (block.slots == nullptr) allocate(block);
-    const std::uint32_t index = block.firstFree;
-    Slot& slot = block.slots[index];
-    block.firstFree = slot.nextFree;
+    const std::uint32_t inBlock = block.firstFree;
+    Slot& slot = block.slots[inBlock];
+    block.firstFree = slot.index;
     if (block.firstFree == kNone) withFree_ = block.nextWithFree;
     if (block.inUse++ == 0 && spare_ == number) spare_ = kNone;
-    slot.position = {owner, place};
-    return number * kBlockSize + index + 1;
+    slot.owner = owner;
+    slot.node = node;
+    slot.index = index;
+    return number * kBlockSize + inBlock + 1;
+  }
+
+  /// Points a slot that is in use to the place where its entry lies now.
+  static void move(SlotNumber number, Node node, std::uint32_t index) noexcept {
+    Slot& slot = slotOf(number);
+    slot.node = node;
+    slot.index = index;
   }
 
   /// Frees a slot; every handle to it is stale from now on. Amortised constant.
@@ -56,11 +76,11 @@ class PositionTable {
     const std::uint32_t blockNumber = (number - 1) / kBlockSize;
     Block& block = blocks_[blockNumber];
     Slot& slot = slotOf(number);
-    slot.position.owner = nullptr;
+    slot.owner = nullptr;
     // A slot whose generations are used up is retired: a second round would revive handles of the first.
     if (++slot.generation == 0) return;
     if (block.firstFree == kNone) block.nextWithFree = std::exchange(withFree_, blockNumber);
-    slot.nextFree = std::exchange(block.firstFree, (number - 1) % kBlockSize);
+    slot.index = std::exchange(block.firstFree, (number - 1) % kBlockSize);
     if (--block.inUse != 0) return;
     // One block stays for the next position, so that a lone one that comes and goes costs no allocation.
     if (spare_ != kNone) release(blocks_[spare_]);
@@ -71,14 +91,14 @@ class PositionTable {
     return PositionHandle{slotOf(number).generation} << 32 | number;
   }
 
-  /// Where the handle points, or null when it is stale. Valid until the slot is freed. Constant.
-  static const Position* resolve(PositionHandle handle) noexcept {
+  /// The slot of a handle, or null when the handle is stale. Good until the slot is freed. Constant.
+  static Slot* resolve(PositionHandle handle) noexcept {
     const std::uint32_t place = static_cast<SlotNumber>(handle) - 1;
     if (place / kBlockSize >= blockCount_) return nullptr;
-    const Slot* const slots = blocks_[place / kBlockSize].slots;
+    Slot* const slots = blocks_[place / kBlockSize].slots;
     if (slots == nullptr) return nullptr;
-    const Slot& slot = slots[place % kBlockSize];
-    return slot.generation == handle >> 32 ? &slot.position : nullptr;
+    Slot& slot = slots[place % kBlockSize];
+    return slot.generation == handle >> 32 ? &slot : nullptr;
   }
 
  private:
@@ -88,11 +108,6 @@ class PositionTable {
   static constexpr std::uint32_t kMaximumBlocks = std::numeric_limits<SlotNumber>::max() / kBlockSize;
   static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
-  struct Slot {
-    Position position{nullptr, Place{}};
-    std::uint32_t generation = 1;
-    std::uint32_t nextFree = kNone;  ///< in the same block
-  };
   /// Stays when its slots give their memory back, so that old handles stay stale.
   struct Block {
     Slot* slots = nullptr;
@@ -123,7 +138,7 @@ class PositionTable {
     block.slots = new Slot[kBlockSize];
     for (std::uint32_t index = 0; index < kBlockSize; ++index) {
       block.slots[index].generation = block.generation;
-      block.slots[index].nextFree = index + 1 < kBlockSize ? index + 1 : kNone;
+      block.slots[index].index = index + 1 < kBlockSize ? index + 1 : kNone;
     }
     block.firstFree = 0;
   }
@@ -144,24 +159,21 @@ class PositionTable {
   static inline constinit std::uint32_t spare_ = kNone;     ///< the unused block that keeps its memory
 };
 
-/// The 32-bit field through which an entry, or a container for its end, owns its slot. Destruction frees the
-/// slot.
+/// The slot of a container's end position. Destruction frees it.
 template <typename Table>
-class PositionAnchor {
+class EndPosition {
  public:
-  PositionAnchor() = default;
-  PositionAnchor(const PositionAnchor&) = delete;
-  PositionAnchor& operator=(const PositionAnchor&) = delete;
-  ~PositionAnchor() { release(); }
+  EndPosition() = default;
+  EndPosition(const EndPosition&) = delete;
+  EndPosition& operator=(const EndPosition&) = delete;
+  ~EndPosition() { release(); }
 
-  /// The handle of this place, which must be the anchor's own; takes a slot at the first call
-  /// (std::bad_alloc).
-  template <typename Container, typename Place>
-  PositionHandle handle(Container* owner, Place place) {
-    if (slot_ == 0) slot_ = Table::take(owner, place);
+  /// The handle of the end, which has no node and index 0; takes a slot at the first call (std::bad_alloc).
+  template <typename Container>
+  PositionHandle handle(Container* owner) {
+    if (slot_ == 0) slot_ = Table::take(owner, {}, 0);
     return Table::handle(slot_);
   }
-  bool isTaken() const { return slot_ != 0; }
   /// Makes every handle given out so far stale.
   void release() noexcept {
     if (slot_ != 0) Table::free(std::exchange(slot_, 0));
@@ -170,6 +182,12 @@ class PositionAnchor {
  private:
   SlotNumber slot_ = 0;
 };
+
+/// Stamps for changes of structure, unique in the process. A container takes a new one with every change.
+/// Whoever calls host code in the middle of a walk compares: while the container is still there with the same
+/// stamp, places are what they were.
+using ChangeStamp = std::uint64_t;
+inline constinit ChangeStamp lastChange = 0;
 
 }  // namespace vornik
 

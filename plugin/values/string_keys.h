@@ -25,6 +25,7 @@ class StringOperand {
   StringOperand& operator=(const StringOperand&) = delete;
 
   REALstringStruct* string() const { return string_; }
+  REALstringStruct* handle() const { return string_; }
   const rbText::Form<char>& utf8() const;
   const rbText::Form<std::uint16_t>& utf16() const;
 
@@ -53,6 +54,7 @@ struct RBString {
   using Operand = StringOperand;
 
   explicit RBString(const StringOperand& operand) : string(operand.string()) {}
+  explicit RBString(StringReference owned) noexcept : string(std::move(owned)) {}
   REALstringStruct* get() const { return string.get(); }
 
   static std::int64_t compare(const Operand& a, const Operand& b) {

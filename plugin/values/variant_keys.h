@@ -46,6 +46,7 @@ class VariantOperand {
   VariantOperand& operator=(const VariantOperand&) = delete;
 
   REALobjectStruct* variant() const { return variant_; }
+  REALobjectStruct* handle() const { return variant_; }
   std::int64_t type() const;
   /// What `accessor`, the one for this variant's type, reads from it.
   template <typename Accessor>
@@ -92,6 +93,7 @@ struct RBVariant {
   using Operand = VariantOperand;
 
   explicit RBVariant(const VariantOperand& operand) : variant(operand.variant()) {}
+  explicit RBVariant(ObjectReference owned) noexcept : variant(std::move(owned)) {}
   REALobjectStruct* get() const { return variant.get(); }
 
   static std::int64_t compare(const Operand& a, const Operand& b) {

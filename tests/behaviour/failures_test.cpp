@@ -62,8 +62,9 @@ class Failures : public ContainerTest {
     };
     // The walk has more positions than fit in one block of them.
     all.push_back({"walk", 300, [this](const Value& c) { visit(c); }, true});
-    // The first entry, and those before which node memory, the bucket array, and both again are used up.
-    for (const int count : {0, 8, 11, 47}) {
+    // The first entry, and those before which a tree's leaf is full, or a table's nodes, buckets, and both
+    // again.
+    for (const int count : facts().ordered ? std::vector{0, 4, 16, 64} : std::vector{0, 8, 11, 47}) {
       const bool allocates = facts().ordered || count == 0;
       all.push_back({"next entry", count, [=, this](const Value& c) { put(c, count); }, allocates});
     }
@@ -72,6 +73,9 @@ class Failures : public ContainerTest {
     all.push_back({"Remove(pos)", 5, [this](const Value& c) { call(c, "Remove", {nth(c, 2)}); }});
     all.push_back({"Remove(range)", 5, [this](const Value& c) {
                      call(c, "Remove", {call(c, "first"), call(c, "last")});
+                   }});
+    all.push_back({"Remove(range) over leaves", 200, [this](const Value& c) {
+                     call(c, "Remove", {nth(c, 3), nth(c, 190)});
                    }});
     const Values sought = facts().isMap() ? Values{key(3), value(9)} : Values{key(3)};
     all.push_back({"lookup", 5, [=, this](const Value& c) { call(c, "lookup", sought); }});

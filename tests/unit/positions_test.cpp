@@ -25,18 +25,19 @@ namespace {
 
 struct Owner {};
 using Table = PositionTable<Owner, int>;
-using Anchor = PositionAnchor<Table>;
 
-TEST(Positions, AnAnchorSharesOneHandleWhichIsStaleForEverAfterIt) {
+TEST(Positions, ASlotThatIsFreedLeavesItsHandlesStaleForEver) {
   Owner owner;
   std::set<PositionHandle> stale;
   for (int round = 0; round < 1000; ++round) {
-    Anchor anchor;
-    const PositionHandle handle = anchor.handle(&owner, round);
-    EXPECT_EQ(anchor.handle(&owner, round), handle);
+    EndPosition<Table> end;
+    const PositionHandle handle = end.handle(&owner);
+    EXPECT_EQ(end.handle(&owner), handle);
     ASSERT_NE(Table::resolve(handle), nullptr);
-    EXPECT_EQ(Table::resolve(handle)->place, round);
     EXPECT_EQ(Table::resolve(handle)->owner, &owner);
+    Table::move(static_cast<SlotNumber>(handle), round, 7);
+    EXPECT_EQ(Table::resolve(handle)->node, round);
+    EXPECT_EQ(Table::resolve(handle)->index, 7u);
     for (const PositionHandle old : stale) ASSERT_EQ(Table::resolve(old), nullptr);
     ASSERT_TRUE(stale.insert(handle).second);
     ASSERT_EQ(static_cast<SlotNumber>(handle), static_cast<SlotNumber>(*stale.begin())) << "a slot is reused";
@@ -45,35 +46,36 @@ TEST(Positions, AnAnchorSharesOneHandleWhichIsStaleForEverAfterIt) {
 
 TEST(Positions, UnusedBlocksGiveTheirMemoryBackAndOldHandlesStayStale) {
   struct Own {};
-  using OwnTable = PositionTable<Own, int>;
+  using OwnTable = PositionTable<Own>;
   Own owner;
   std::set<PositionHandle> stale;
   for (int round = 0; round < 20; ++round) {
-    std::vector<PositionAnchor<OwnTable>> anchors(3000);
     // Another part of the blocks each time, and one position that stays in the middle of them.
     const std::size_t used = 3000 - 149 * static_cast<std::size_t>(round);
     std::vector<PositionHandle> handles;
-    for (std::size_t i = 0; i < used; ++i) handles.push_back(anchors[i].handle(&owner, static_cast<int>(i)));
+    for (std::size_t i = 0; i < used; ++i)
+      handles.push_back(OwnTable::handle(OwnTable::take(&owner, {}, static_cast<std::uint32_t>(i))));
     for (const PositionHandle handle : stale) ASSERT_EQ(OwnTable::resolve(handle), nullptr);
     for (std::size_t i = 0; i < used; ++i) {
-      ASSERT_EQ(OwnTable::resolve(handles[i])->place, static_cast<int>(i));
-      if (i != used / 2) anchors[i].release();
+      ASSERT_EQ(OwnTable::resolve(handles[i])->index, i);
+      if (i != used / 2) OwnTable::free(static_cast<SlotNumber>(handles[i]));
     }
     EXPECT_LE(PositionTableTest::blocksInMemory<OwnTable>(), 2);
-    EXPECT_EQ(OwnTable::resolve(handles[used / 2])->place, static_cast<int>(used / 2));
+    EXPECT_EQ(OwnTable::resolve(handles[used / 2])->index, used / 2);
+    OwnTable::free(static_cast<SlotNumber>(handles[used / 2]));
     for (const PositionHandle handle : handles) EXPECT_TRUE(stale.insert(handle).second);
   }
 }
 
 TEST(Positions, ASlotWhoseGenerationsAreUsedUpIsRetired) {
   Owner owner;
-  const SlotNumber number = Table::take(&owner, 1);
+  const SlotNumber number = Table::take(&owner, 1, 0);
   PositionTableTest::setGeneration<Table>(number, 0xFFFFFFFF);
   const PositionHandle last = Table::handle(number);
   ASSERT_NE(Table::resolve(last), nullptr);
   Table::free(number);
   EXPECT_EQ(Table::resolve(last), nullptr);
-  const SlotNumber next = Table::take(&owner, 2);
+  const SlotNumber next = Table::take(&owner, 2, 0);
   EXPECT_NE(next, number);
   Table::free(next);
 }
