@@ -59,7 +59,7 @@ local modules = {
 }
 
 local functions = define { "Max(integer, integer) as integer", "Min(integer, integer) as integer",
-                           "Microseconds as double" }
+                           "Microseconds as double", "Chr(integer) as string" }
 
 function Types.new(classes)
   local self = setmetatable({ byName = {}, modules = modules, functions = functions.members }, Types)
