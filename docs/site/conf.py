@@ -5,7 +5,7 @@ from pygments.token import Keyword, Name
 
 project = "Vornik"
 extensions = ["myst_parser"]
-include_patterns = ["index.md", "CONTRIBUTING.md", "CHANGELOG.md", "docs/*.md", "docs/reference/*.md"]
+include_patterns = ["index.md", "INSTALL.md", "CONTRIBUTING.md", "CHANGELOG.md", "docs/*.md", "docs/reference/*.md"]
 myst_heading_anchors = 4  # as the forges make them, so that one link serves both
 suppress_warnings = ["myst.header"]  # pages may begin below a first heading
 

@@ -53,10 +53,7 @@ struct ContainerFunctions {
   static constexpr auto theMapConstructor =
       choose<Class::kHasCaseChoice>(&constructEmptyWithCase, &constructEmpty);
 
-  static void theMapDestructor(REALobjectStruct* self) {
-    const Containers old = replaceContainers(data(self), Containers());
-    const DroppedCache cache(data(self));
-  }
+  static void theMapDestructor(REALobjectStruct* self) { giveBackAll(data(self)); }
 
   static void clear(REALobjectStruct* self) {
     changeContainer(self, [](auto& container) { const auto removed = container.extractAll(); });

@@ -6,6 +6,7 @@
 #include <memory>
 #include <utility>
 
+#include "plugin/containers/departing.h"
 #include "plugin/frame/errors.h"
 #include "plugin/frame/owned.h"
 #include "plugin/structures/positions.h"
@@ -20,7 +21,7 @@ struct MapContainerData {
   REALobjectStruct* keyArray;    ///< snapshot of the keys in iteration order, for index access
   REALobjectStruct* valueArray;  ///< the values in the same order; built and dropped together with the keys
   bool caseSensitive;            ///< the host reads this byte itself where a class has the property
-  std::uint64_t unused;
+  Departing* husk;               ///< an emptied container, where the cache has outlived the containers
 };
 
 /// Instance data of the set classes.
@@ -66,6 +67,22 @@ template <typename Data, typename Sensitive, typename Insensitive>
   old.sensitive.reset(std::exchange(data.sensitive, fresh.sensitive.release()));
   old.insensitive.reset(std::exchange(data.insensitive, fresh.insensitive.release()));
   return old;
+}
+
+/// Gives back what an object holds, when the object itself goes.
+template <typename Data>
+void giveBackAll(Data& data) noexcept {
+  Departing* carrier = std::exchange(data.sensitive, nullptr);
+  if (carrier == nullptr) carrier = std::exchange(data.insensitive, nullptr);
+  REALobjectStruct* values = nullptr;
+  if constexpr (requires { data.valueArray; }) {
+    values = std::exchange(data.valueArray, nullptr);
+    std::unique_ptr<Departing> husk(std::exchange(data.husk, nullptr));
+    if (carrier == nullptr) carrier = husk.release();
+  }
+  // Without a container there is no cache: only a copy that fails takes the container away, and leaves a
+  // husk.
+  if (carrier != nullptr) Departing::giveBack(carrier, values, std::exchange(data.keyArray, nullptr));
 }
 
 /// Takes an object's cached arrays and gives them back at the end of its scope, values first. Declared at the

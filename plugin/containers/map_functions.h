@@ -16,8 +16,8 @@ namespace vornik {
 /// What the descriptions of all map classes share.
 template <typename SensitiveContainer, typename InsensitiveContainer>
 struct MapClass {
-  using Sensitive = SensitiveContainer;
-  using Insensitive = InsensitiveContainer;
+  using Sensitive = Departable<SensitiveContainer>;
+  using Insensitive = Departable<InsensitiveContainer>;
   using Data = MapContainerData<Sensitive, Insensitive>;
   using IteratorData = MapIteratorData;
   static constexpr bool kHasCaseChoice = !std::is_same_v<Sensitive, Insensitive>;
@@ -40,7 +40,7 @@ struct MapFunctions : IndexFunctions<Class> {
     // The object's own entries count as gone before `other` is looked at, so a map cannot be copied into
     // itself.
     if (other == self || !isInitialized(source)) {
-      { const Containers old = replaceContainers(data(self), Containers()); }
+      leaveWithoutContainer(data(self));
       if (!isInitialized(source)) return RaiseException("NilObjectException", "Other map not initialized");
     }
     Containers copy = copyOf(source);
@@ -175,6 +175,15 @@ struct MapFunctions : IndexFunctions<Class> {
   using Base::isInitialized;
   using Base::probe;
   using Base::withContainer;
+
+  /// Lets the containers die, but for a husk of one where it is needed for the cache to go by.
+  static void leaveWithoutContainer(Data& d) {
+    Containers old = replaceContainers(d, Containers());
+    if (d.keyArray == nullptr || d.husk != nullptr) return;
+    d.husk = old.sensitive != nullptr ? static_cast<Departing*>(old.sensitive.release())
+                                      : old.insensitive.release();
+    if (d.husk != nullptr) d.husk->becomeEmpty();
+  }
 
   static Containers copyOf(const Data& source) {
     Containers copy;

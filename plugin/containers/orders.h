@@ -5,10 +5,10 @@
 
 #include <cstdint>
 
+#include "plugin/containers/text_order.h"
+#include "plugin/containers/variant_order.h"
 #include "plugin/structures/tree_nodes.h"
 #include "plugin/structures/tree_search.h"
-#include "plugin/values/string_keys.h"
-#include "plugin/values/variant_keys.h"
 
 namespace vornik {
 
@@ -34,54 +34,16 @@ struct IntegerOrder {
   static std::int64_t release(Number number, Detail) { return number; }
 };
 
-enum class Direction { kAscending, kDescending };
-
-/// Keys that RBString or RBVariant hold, compared by Key::compare alone.
-template <typename Key, Direction kDirection>
-struct ComparedOrder {
-  using Probe = typename Key::Operand;
-  using Handle = decltype(std::declval<Key>().get());
-  struct Number {};
-  struct Detail {
-    Handle handle;
-  };
-  struct Shared {};
-  static constexpr bool kLooksAtTheLastFirst = false;
-
-  template <Bound kBound>
-  static Found search(const Routes<ComparedOrder>& routes, unsigned, unsigned count, const Probe& probe) {
-    return bisect<kBound>(0, count, [&](unsigned i) -> std::int64_t {
-      const Probe entry(routes.details[i].handle);
-      if (less(entry, probe)) return -1;
-      return less(probe, entry) ? 1 : 0;
-    });
-  }
-  static Detail hold(const Probe& probe) { return hold(Detail{probe.handle()}); }
-  static Detail hold(Detail detail) {
-    if (detail.handle != nullptr) lock(detail.handle);
-    return detail;
-  }
-  static Handle lend(Number, Detail detail) { return detail.handle; }
-  static Key release(Number, Detail detail) {
-    return Key(Reference<std::remove_pointer_t<Handle>>::adopt(detail.handle));
-  }
-
- private:
-  static bool less(const Probe& a, const Probe& b) {
-    return kDirection == Direction::kAscending ? Key::compare(a, b) < 0 : Key::compare(b, a) < 0;
-  }
-};
-
 // Ordered maps with String or Variant keys run from the greatest key to the smallest, ordered sets from the
 // smallest to the greatest.
-using RBStringMapOrderS = ComparedOrder<RBStringS, Direction::kDescending>;
-using RBStringMapOrderI = ComparedOrder<RBStringI, Direction::kDescending>;
-using LTRBStringS = ComparedOrder<RBStringS, Direction::kAscending>;
-using LTRBStringI = ComparedOrder<RBStringI, Direction::kAscending>;
-using RBVariantMapOrderS = ComparedOrder<RBVariantS, Direction::kDescending>;
-using RBVariantMapOrderI = ComparedOrder<RBVariantI, Direction::kDescending>;
-using LTRBVariantS = ComparedOrder<RBVariantS, Direction::kAscending>;
-using LTRBVariantI = ComparedOrder<RBVariantI, Direction::kAscending>;
+using RBStringMapOrderS = StringOrder<Case::kSensitive, Direction::kDescending>;
+using RBStringMapOrderI = StringOrder<Case::kInsensitive, Direction::kDescending>;
+using LTRBStringS = StringOrder<Case::kSensitive, Direction::kAscending>;
+using LTRBStringI = StringOrder<Case::kInsensitive, Direction::kAscending>;
+using RBVariantMapOrderS = VariantOrder<Case::kSensitive, Direction::kDescending>;
+using RBVariantMapOrderI = VariantOrder<Case::kInsensitive, Direction::kDescending>;
+using LTRBVariantS = VariantOrder<Case::kSensitive, Direction::kAscending>;
+using LTRBVariantI = VariantOrder<Case::kInsensitive, Direction::kAscending>;
 
 }  // namespace vornik
 

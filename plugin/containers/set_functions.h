@@ -14,8 +14,8 @@ namespace vornik {
 /// What the descriptions of all set classes share.
 template <typename SensitiveContainer, typename InsensitiveContainer>
 struct SetClass {
-  using Sensitive = SensitiveContainer;
-  using Insensitive = InsensitiveContainer;
+  using Sensitive = Departable<SensitiveContainer>;
+  using Insensitive = Departable<InsensitiveContainer>;
   using Data = SetContainerData<Sensitive, Insensitive>;
   using IteratorData = SetIteratorData;
   static constexpr bool kHasCaseChoice = !std::is_same_v<Sensitive, Insensitive>;

@@ -8,7 +8,7 @@
 namespace vornik {
 
 void LogMessageX(const char* format, ...) noexcept {
-  char text[4096] = {};
+  char text[kSystemLogTextSize] = {};
   std::va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text, sizeof text, format, arguments);

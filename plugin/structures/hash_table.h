@@ -52,7 +52,7 @@ class HashTable {
   HashTable(const HashTable&) = delete;
   HashTable& operator=(const HashTable&) = delete;
   ~HashTable() {
-    end_.release();
+    forgetPositions();
     const auto removed = extractAll();
   }
 
@@ -141,11 +141,17 @@ class HashTable {
 
   /// Takes out everything. The bucket count and the end position stay what they were. Linear.
   [[nodiscard]] Chain extractAll() noexcept {
-    for (Place place = first_; positioned_ != 0; place = place->next) forget(*place);
+    forgetEntryPositions();
     if (size_ != 0) std::fill_n(buckets_.get(), bucketCount(), nullptr);
     size_ = 0;
     change_ = ++lastChange;
     return Chain(std::exchange(first_, nullptr), std::move(pool_));
+  }
+
+  /// Makes every position of this container stale, that of its end included. Linear.
+  void forgetPositions() noexcept {
+    end_.release();
+    forgetEntryPositions();
   }
 
   /// Whether MoveNext leads from `first` to `last`. Linear in the distance between them, or to the end.
@@ -302,6 +308,10 @@ class HashTable {
     if (node.anchor == 0) return;
     Positions::free(std::exchange(node.anchor, 0));
     --positioned_;
+  }
+
+  void forgetEntryPositions() noexcept {
+    for (Place place = first_; positioned_ != 0; place = place->next) forget(*place);
   }
 
   void destroy(Place place) noexcept {

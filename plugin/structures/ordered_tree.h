@@ -40,8 +40,13 @@ namespace vornik {
 ///   hold(detail)                         a reference more, for a copy of an entry
 ///   lend(number, detail)                 the key as callers see it, borrowed
 ///   release(number, detail)              the Key that owns what the entry owned
-///   shared(probe), common(a, b), translate(number, detail, from, to), tighten(routes, count)
-///                                        only where Shared is not empty
+///
+/// and, only where Shared is not empty:
+///
+///   shared(probe), shares(shared, probe)   what a key shares with itself; whether it shares all that a
+///   node's keys do common(shared, probe or shared)      what both have translate(number, detail, from, to)
+///   a number relative to less than it was tighten(routes, count)               may let them share more, with
+///   numbers to match; asks the host
 ///
 /// None of them fails. Destroying keys and values can run host code, and host code can come back to this very
 /// container. Whatever takes entries out therefore hands them to the caller, who lets them die once the
@@ -83,7 +88,7 @@ class OrderedTree {
   OrderedTree& operator=(const OrderedTree&) = delete;
   ~OrderedTree() {
     // Before any entry dies, so that no host code can reach one that is about to.
-    end_.release();
+    forgetPositions();
     const RemovedRange removed = extractAll();
   }
 
@@ -161,14 +166,18 @@ class OrderedTree {
   /// Takes out everything. The end position stays what it was. Linear in the number of leaves and positions.
   [[nodiscard]] RemovedRange extractAll() noexcept {
     if (root_ == nullptr) return RemovedRange(nullptr);
-    for (Leaf* leaf = first_; leaf != nullptr; leaf = leaf->next) {
-      Nodes::template freeSlots<Positions>(leaf, 0, leaf->count);
-    }
+    forgetEntryPositions();
     destroyInner(std::exchange(root_, nullptr));
     last_ = nullptr;
     size_ = 0;
     change_ = ++lastChange;
     return RemovedRange(std::exchange(first_, nullptr));
+  }
+
+  /// Makes every position of this container stale, that of its end included. Linear as extractAll.
+  void forgetPositions() noexcept {
+    end_.release();
+    forgetEntryPositions();
   }
 
   /// Whether MoveNext leads from `first` to `last`. Logarithmic.
@@ -311,6 +320,12 @@ class OrderedTree {
   void unlink(Leaf* first, Leaf* last) noexcept;
 
   // ---- Whole trees
+
+  void forgetEntryPositions() noexcept {
+    for (Leaf* leaf = first_; leaf != nullptr; leaf = leaf->next) {
+      Nodes::template freeSlots<Positions>(leaf, 0, leaf->count);
+    }
+  }
 
   Node* copyOf(Node* node);
   Leaf* copyOfLeaf(Leaf* source);

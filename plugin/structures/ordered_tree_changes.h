@@ -64,12 +64,15 @@ VORNIK_TREE(VORNIK_TREE_TYPE(Place))::insert(Place place, const Probe& probe) {
 
 /// Where the leaf has room. Never throws.
 VORNIK_TREE(VORNIK_TREE_TYPE(Place))::put(Place place, const Probe& probe) {
-  if constexpr (View::kShares) {
-    Nodes::openEntry(place.leaf, place.index, Order::shared(probe));
-  } else {
-    Nodes::openEntry(place.leaf, place.index, {});
-  }
   const View routes = place.leaf->routes();
+  if constexpr (View::kShares) {
+    if (place.leaf->count == 0) {
+      *routes.shared = Order::shared(probe);
+    } else if (!Order::shares(*routes.shared, probe)) {
+      routes.loosen(place.leaf->count, Order::common(*routes.shared, probe));
+    }
+  }
+  Nodes::openEntry(place.leaf, place.index);
   if constexpr (kNumbered) routes.numbers[place.index] = Order::number(probe, *routes.shared);
   if constexpr (kDetailed) routes.details[place.index] = Order::hold(probe);
   ::new (static_cast<void*>(place.leaf->values() + place.index)) Value();
@@ -160,6 +163,10 @@ VORNIK_TREE(void)::attach(Node* left, Node* right, Node* fresh, View greatest, u
     const unsigned separators = parent->separatorCount();
     parent->moveChildren(kept, sibling);
     parent->separators().moveTail(separators, kept, sibling->separators());
+    if constexpr (View::kShares) {
+      Order::tighten(parent->separators(), kept);
+      Order::tighten(sibling->separators(), separators - kept);
+    }
     // The separator behind the children that stay becomes the one between the halves.
     attach(parent, sibling, sibling, parent->separators(), kept - 1, reserve);
     View::fill(parent->numbers.data() + kept - 1, 1);

@@ -100,15 +100,7 @@ struct Routes {
     }
   }
 
-  /// Makes room at `at` for a route that shares `incoming` with itself.
-  void open(unsigned count, unsigned at, const Shared& incoming) const {
-    if constexpr (kShares) {
-      if (count == 0) {
-        *shared = incoming;
-      } else {
-        loosen(count, Order::common(*shared, incoming));
-      }
-    }
+  void open(unsigned count, unsigned at) const {
     relocate(numbers + at, count - at, numbers + at + 1);
     relocate(details + at, count - at, details + at + 1);
   }
@@ -126,7 +118,14 @@ struct Routes {
   }
 
   void insert(unsigned count, unsigned at, const Routes& from, unsigned index) const {
-    open(count, at, *from.shared);
+    if constexpr (kShares) {
+      if (count == 0) {
+        *shared = *from.shared;
+      } else {
+        loosen(count, Order::common(*shared, *from.shared));
+      }
+    }
+    open(count, at);
     copy(at, from, index);
   }
 
@@ -302,8 +301,8 @@ struct TreeNodes {
 
   /// Makes room for an entry; its route and value are the caller's to construct. Slots keep their entries:
   /// where one lies within its leaf is found again when it is asked for.
-  static void openEntry(Leaf* leaf, unsigned at, const Shared& incoming) noexcept {
-    leaf->routes().open(leaf->count, at, incoming);
+  static void openEntry(Leaf* leaf, unsigned at) noexcept {
+    leaf->routes().open(leaf->count, at);
     relocate(leaf->values() + at, leaf->count - at, leaf->values() + at + 1);
     if (leaf->anchors != nullptr) {
       relocate(leaf->anchors + at, leaf->count - at, leaf->anchors + at + 1);

@@ -34,6 +34,14 @@ const rbText::Form<char>& StringOperand::utf8() const {
   return text.utf8;
 }
 
+std::string_view StringOperand::keyText() const {
+  const auto& text = utf8();
+  if (keyLength_ < 0) {
+    keyLength_ = static_cast<std::int64_t>(strnlen(text.data, static_cast<std::size_t>(text.length)));
+  }
+  return {text.data, static_cast<std::size_t>(keyLength_)};
+}
+
 const rbText::Form<std::uint16_t>& StringOperand::utf16() const {
   rbText& text = view();
   if (text.utf16.length < 0) text.ConvertUTF16();

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 #include "plugin/values/reference.h"
 #include "plugin/values/text.h"
@@ -25,8 +27,9 @@ class StringOperand {
   StringOperand& operator=(const StringOperand&) = delete;
 
   REALstringStruct* string() const { return string_; }
-  REALstringStruct* handle() const { return string_; }
   const rbText::Form<char>& utf8() const;
+  /// What case-sensitive keys are compared by: the UTF-8 form up to its first zero byte.
+  std::string_view keyText() const;
   const rbText::Form<std::uint16_t>& utf16() const;
 
  private:
@@ -36,6 +39,7 @@ class StringOperand {
   }
 
   REALstringStruct* string_;
+  mutable std::int64_t keyLength_ = -1;
   mutable std::optional<rbText> view_;
 };
 

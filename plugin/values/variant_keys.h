@@ -46,7 +46,6 @@ class VariantOperand {
   VariantOperand& operator=(const VariantOperand&) = delete;
 
   REALobjectStruct* variant() const { return variant_; }
-  REALobjectStruct* handle() const { return variant_; }
   std::int64_t type() const;
   /// What `accessor`, the one for this variant's type, reads from it.
   template <typename Accessor>

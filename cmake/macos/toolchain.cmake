@@ -1,0 +1,20 @@
+# Builds for macOS on 64-bit Intel without a Mac: clang and lld, with the sysroot that script/macos-sysroot makes.
+set(CMAKE_SYSTEM_NAME Darwin)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_OSX_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/macos-sysroot)
+cmake_path(NORMAL_PATH CMAKE_OSX_SYSROOT)
+
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_CXX_COMPILER_TARGET x86_64-apple-macos)
+# The C++ headers by their folder, since clang would take the ones that it has here.
+add_compile_options(-nostdinc++ -isystem ${CMAKE_OSX_SYSROOT}/usr/include/c++/v1)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-stdlib=libc++ -fuse-ld=lld")
+set(CMAKE_STRIP llvm-strip)
+set(CMAKE_INSTALL_NAME_TOOL true)
+
+# No program can be run, and none linked before the sysroot's libraries are chosen.
+set(CMAKE_TRY_COMPILE_TARGET_TYPE STATIC_LIBRARY)
+set(CMAKE_FIND_ROOT_PATH ${CMAKE_OSX_SYSROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
