@@ -8,8 +8,12 @@ set_target_properties(vornik PROPERTIES
     BUILD_WITH_INSTALL_NAME_DIR ON
     MACHO_CURRENT_VERSION ${PROJECT_VERSION}
     MACHO_COMPATIBILITY_VERSION ${PROJECT_VERSION_MAJOR}.0)
-target_link_libraries(vornik PRIVATE "-framework Foundation" "-framework CoreFoundation" objc)
-# The linker names the object files for dsymutil: relative to the folder of the build.
+set(system_libraries "-framework Foundation" "-framework CoreFoundation" objc)
+target_link_libraries(vornik_code PUBLIC ${system_libraries})
+target_link_libraries(vornik PRIVATE ${system_libraries})
+# The linker tells dsymutil which object files there were: relative to the folder of the build, and without their times,
+# because the library's UUID is made from that too.
+set_property(TARGET vornik PROPERTY CXX_LINKER_LAUNCHER ${CMAKE_COMMAND} -E env ZERO_AR_DATE=1)
 target_link_options(vornik PRIVATE
     "LINKER:-exported_symbol,_REALPluginMain"
     "LINKER:-oso_prefix,${CMAKE_BINARY_DIR}/")

@@ -53,7 +53,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
         OwnedObject values(REALCreateArray(Class::Value::kArrayType, upperBound));
         if (!values) return;
         auto* const valueArray = asArray<typename Class::Value>(values.get());
-        const Unchanged unchanged(self, container);
+        const auto unchanged = watch(self, container);
         walk(container, unchanged, [&](std::int64_t index, auto place) {
           REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
           if (unchanged) REALSetArrayValue(valueArray, index, Class::Value::lend(container.value(place)));
@@ -61,7 +61,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
         if (!unchanged || data(self).keyArray != nullptr) return;
         data(self).valueArray = values.release();
       } else {
-        const Unchanged unchanged(self, container);
+        const auto unchanged = watch(self, container);
         walk(container, unchanged, [&](std::int64_t index, auto place) {
           REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
         });
@@ -105,7 +105,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
     if (targetArray == nullptr) return RaiseException("NilObjectException", "array is nil");
     auto* array = asArray<Kind>(targetArray);
     withContainer(data(self), [&](auto& container) {
-      walk(container, Unchanged(self, container), [&](std::int64_t index, auto place) {
+      walk(container, watch(self, container), [&](std::int64_t index, auto place) {
         if (const auto insert = Kind::insertProc(array)) insert(array, index, lend(container, place));
       });
     });
@@ -137,6 +137,11 @@ struct IndexFunctions : ContainerFunctions<Class> {
     const Container* container_;
     ChangeStamp change_;
   };
+
+  template <typename Container>
+  static Unchanged<Container> watch(REALobjectStruct* self, const Container& container) {
+    return Unchanged<Container>(self, container);
+  }
 
   /// Runs visit(index, place) on every entry in iteration order, up to a change: what host code changes in
   /// the middle of an export ends it.
