@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Draws the charts and writes the tables of the documents: draw.py RESULTS_FOLDER DOCS_FOLDER
 
 The same results give the same bytes. What was not measured is left out.

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Keeps what the benchmarks measured, and compares it.
 
 figures.py collect OUT.json MODE MEASURED.json...   merges the programs' files into one, with machine, date and commit

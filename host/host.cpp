@@ -303,9 +303,10 @@ void Host::withhold(std::string_view service, bool withheld) {
   requireService(service).withheld = withheld;
 }
 
-void Host::failFrom(std::string_view name, std::uint64_t nthCall) {
+void Host::failFrom(std::string_view name, std::uint64_t nthCall, std::uint64_t failures) {
   Service& service = requireService(name);
   service.failingCall = nthCall == 0 ? Service::kNever : service.calls + nthCall;
+  service.failures = failures;
 }
 
 std::map<std::string, std::uint64_t> Host::calls() const {

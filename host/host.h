@@ -165,9 +165,9 @@ class Host {
   Value scriptObject(const std::string& name, std::function<void()> destructor = {});
 
   // Misbehaviour and accounting.
-  /// Makes a service fail (its neutral result, no effect) from its nth call on, counting the next one as 1; 0
-  /// stops that. std::invalid_argument for a service that there is not.
-  void failFrom(std::string_view service, std::uint64_t nthCall);
+  /// Makes a service fail (its neutral result, no effect) from its nth call on, counting the next one as 1,
+  /// as often as said; nth 0 stops that. std::invalid_argument for a service that there is not.
+  void failFrom(std::string_view service, std::uint64_t nthCall, std::uint64_t failures = ~std::uint64_t{0});
   /// Makes the resolver deny or know a service from now on.
   void withhold(std::string_view service, bool withheld = true);
   /// Calls per service since the start or the last reset. The element procedures of arrays are counted under

@@ -31,7 +31,8 @@ struct Entry;
 template <Name name, Reach reach, typename Result, typename... Arguments, Result (*function)(Arguments...)>
 struct Entry<name, reach, function> {
   static Result call(Arguments... arguments) noexcept {
-    if (++service.calls >= service.failingCall) return Result();
+    if (++service.calls >= service.failingCall && service.calls - service.failingCall < service.failures)
+      return Result();
     const Boundary outside(false);
     return function(arguments...);
   }

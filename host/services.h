@@ -27,6 +27,7 @@ struct Service {
   std::uint64_t calls = 0;
   std::uint64_t callsBefore = 0;       ///< those that are not reported any more
   std::uint64_t failingCall = kNever;  ///< number of the first call that fails
+  std::uint64_t failures = kNever;     ///< how many calls fail from there on
   bool withheld = false;
 };
 
