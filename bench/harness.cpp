@@ -9,10 +9,6 @@
 #include "fmt/format.h"
 #include "nlohmann/json.hpp"
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace vornik::bench {
 namespace {
 
@@ -155,14 +151,6 @@ void Report::write() const {
                {"build", VORNIK_BUILD_TYPE},
                {"blocks", blocks}};
   if (!file.flush()) throw std::runtime_error("cannot write " + options_.json);
-}
-
-void settleHeap() {
-#ifdef __GLIBC__
-  // Setting any parameter merges the freed blocks; this one also keeps the memory, so that no subject pays
-  // for getting it from the system again.
-  mallopt(M_TRIM_THRESHOLD, 1 << 30);
-#endif
 }
 
 int benchMain(int argc, char** argv, const char* suite, const std::function<void(Report&)>& run) {

@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "bench/memory_use.h"
+
 namespace vornik::bench {
 
 struct Options {
@@ -91,9 +93,6 @@ class Report {
   std::vector<Done> done_;
 };
 
-/// Merges what the last subject left behind in the heap, so that the next one does not pay for it.
-void settleHeap();
-
 /// Measures subjects side by side. A turn is some passes of one subject over fresh containers; the subjects
 /// take turns until there is enough of it, and each figure is the least of its samples.
 template <typename... Subjects>
@@ -109,7 +108,7 @@ class Comparison {
   void run(Pass pass) {
     const std::size_t size = std::max<std::size_t>(block_.size, 1);
     const std::size_t passes = std::max<std::size_t>(20'000 / size, 1);
-    const int rounds = size > 1'000'000 ? 1 : 2;
+    const int rounds = size > 1'000'000 || (report_.options().quick && size > 10'000) ? 1 : 2;
     const auto start = Clock::now();
     const double enough = report_.options().seconds * 1e9;
     for (int round = 0; round < rounds || (nanoseconds(Clock::now() - start) < enough && round < 200);

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <type_traits>
 #include <unordered_map>
@@ -31,14 +32,19 @@ class RawMap {
   void destroy() { map_.reset(); }
 
   std::int64_t set(const Keys& keys) {
-    for (const Key& key : keys) setOne(key);
+    setEach(keys, [] {});
     return static_cast<std::int64_t>(map_->size());
   }
-  void setOne(const Key& key) {
-    if constexpr (std::is_integral_v<Value>) {
-      (*map_)[key] = key + 1;
-    } else {
-      (*map_)[key] = "x";
+  /// Calls `after` after every key.
+  template <typename After>
+  void setEach(std::span<const Key> keys, After after) {
+    for (const Key& key : keys) {
+      if constexpr (std::is_integral_v<Value>) {
+        (*map_)[key] = key + 1;
+      } else {
+        (*map_)[key] = text_;
+      }
+      after();
     }
   }
   std::int64_t get(const Keys& keys) {
@@ -74,7 +80,7 @@ class RawMap {
   }
   std::int64_t walk() {
     std::int64_t sum = 0;
-    for (const auto& [key, value] : *map_) sum += key ^ value;
+    for (const auto& [key, value] : *map_) sum += mixed(key, value);
     return sum;
   }
   /// The copy outlives the call, so that its end is not measured.
@@ -99,7 +105,14 @@ class RawMap {
   static std::int64_t number(std::int64_t value) { return value; }
   static std::int64_t number(const std::string& value) { return static_cast<std::int64_t>(value.size()); }
 
+  static std::int64_t mixed(std::int64_t key, std::int64_t value) { return key ^ value; }
+  static std::int64_t mixed(std::int64_t key, const std::string& value) { return number(value) | (key & 1); }
+  static std::int64_t mixed(const std::string& key, const std::string& value) {
+    return key.empty() ? 0 : number(value);
+  }
+
   std::string name_;
+  const std::string text_ = "x";  ///< the value of every key, where values are texts
   std::unique_ptr<Map> map_, copy_;
   typename Map::iterator first_, last_;
 };

@@ -4,7 +4,7 @@
 #define VORNIK_BENCH_REGISTERED_MAP_H
 
 #include <cstdint>
-#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,6 +18,7 @@ struct IntegerPassing {
   using Raw = std::int64_t;
   static constexpr const char* kType = "integer";
   static std::int64_t use(Raw result) { return result; }
+  static std::int64_t mixed(std::int64_t key, std::int64_t value) { return key ^ value; }
 };
 /// A result carries a reference, which its user gives back.
 template <typename Handle>
@@ -27,6 +28,7 @@ struct ReferencePassing {
     host::dropReference(result);
     return 1;
   }
+  static std::int64_t mixed(std::int64_t key, std::int64_t value) { return key & value; }
 };
 struct StringPassing : ReferencePassing<REALstringStruct> {
   static constexpr const char* kType = "string";
@@ -75,16 +77,17 @@ class RegisteredMap {
   void destroy() { map_ = {}; }
 
   std::int64_t set(const Keys& keys) {
-    each(keys, [this](REALobjectStruct* self, Key key) {
-      set_(self, key, valueFor(key));
-      return 0;
-    });
+    setEach(keys, [] {});
     return host_.get(map_, "Count").integer();
   }
-  void setOne(Key key) {
-    host::Host::PluginCall call;
-    set_(map_.object().get(), key, valueFor(key));
-    call.finish();
+  /// Calls `after` after every key.
+  template <typename After>
+  void setEach(std::span<const Key> keys, After after) {
+    each(keys, [&](REALobjectStruct* self, Key key) {
+      set_(self, key, valueFor(key));
+      after();
+      return 0;
+    });
   }
   std::int64_t get(const Keys& keys) {
     return each(keys, [this](REALobjectStruct* self, Key key) { return Passing::use(get_(self, key)); });
@@ -103,8 +106,9 @@ class RegisteredMap {
     REALobjectStruct* const end = last.object().get();
     std::int64_t sum = 0;
     host::Host::PluginCall call;
-    for (; isNotEqual_(at, end); moveNext_(at))
-      sum += Passing::use(iteratorKey_(at)) ^ Passing::use(iteratorValue_(at));
+    for (; isNotEqual_(at, end); moveNext_(at)) {
+      sum += Passing::mixed(Passing::use(iteratorKey_(at)), Passing::use(iteratorValue_(at)));
+    }
     call.finish();
     return sum;
   }
@@ -165,7 +169,7 @@ class RegisteredMap {
     return value_;
   }
   template <typename Operation>
-  std::int64_t each(const Keys& keys, Operation operation) {
+  std::int64_t each(std::span<const Key> keys, Operation operation) {
     REALobjectStruct* const self = map_.object().get();
     std::int64_t sum = 0;
     host::Host::PluginCall call;

@@ -3,6 +3,7 @@
 #include "bench/harness.h"
 #include "bench/keys.h"
 #include "bench/raw_map.h"
+#include "plugin/containers/kinds.h"
 #include "plugin/containers/orders.h"
 #include "plugin/structures/hash_table.h"
 #include "plugin/structures/ordered_tree.h"
@@ -27,10 +28,9 @@ class Ours {
   void destroy() { structure_.reset(); }
 
   std::int64_t set(const Keys& keys) {
-    for (const Key key : keys) setOne(key);
+    for (const Key key : keys) structure_->value(structure_->findOrInsert(key)) = key + 1;
     return static_cast<std::int64_t>(structure_->size());
   }
-  void setOne(Key key) { structure_->value(structure_->findOrInsert(key)) = key + 1; }
   std::int64_t get(const Keys& keys) {
     std::int64_t sum = 0;
     for (const Key key : keys) sum += structure_->value(structure_->find(key));

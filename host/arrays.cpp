@@ -99,12 +99,6 @@ void insert(REALobjectStruct* handle, std::int64_t index, std::uint64_t element)
   array.publish();
 }
 
-/// The library asks for the procedure at every access, so each service finds its own only once.
-void* procedure(REALobjectStruct* handle, ArrayElementType type, const Service& service) {
-  const bool fits = handle != nullptr && !service.withheld && arrayBehind(handle).type == type;
-  return fits ? service.address : nullptr;
-}
-
 }  // namespace
 
 const Kind kArrayKind{.noun = "array",
@@ -177,41 +171,9 @@ std::int64_t arrayUpperBound(REALobjectStruct* array) {
   return array != nullptr ? static_cast<std::int64_t>(arrayBehind(array).elements.size()) - 1 : -1;
 }
 
-void* integerArrayGetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginIntegerArrayGetProc()");
-  return procedure(array, kArrayOfIntegers, service);
-}
-void* stringArrayGetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginStringArrayGetProc()");
-  return procedure(array, kArrayOfStrings, service);
-}
-void* objectArrayGetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginObjectArrayGetProc()");
-  return procedure(array, kArrayOfVariants, service);
-}
-void* integerArraySetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginIntegerArraySetProc()");
-  return procedure(array, kArrayOfIntegers, service);
-}
-void* stringArraySetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginStringArraySetProc()");
-  return procedure(array, kArrayOfStrings, service);
-}
-void* objectArraySetProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginObjectArraySetProc()");
-  return procedure(array, kArrayOfVariants, service);
-}
-void* integerArrayInsertProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginIntegerArrayInsertProc()");
-  return procedure(array, kArrayOfIntegers, service);
-}
-void* stringArrayInsertProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginStringArrayInsertProc()");
-  return procedure(array, kArrayOfStrings, service);
-}
-void* objectArrayInsertProcedure(REALobjectStruct* array) {
-  static const Service& service = *serviceNamed("PluginObjectArrayInsertProc()");
-  return procedure(array, kArrayOfVariants, service);
+void* arrayProcedure(REALobjectStruct* array, ArrayElementType type, const Service& service) {
+  const bool fits = array != nullptr && !service.withheld && arrayBehind(array).type == type;
+  return fits ? service.address : nullptr;
 }
 
 std::int64_t getInteger(REALobjectStruct* array, std::int64_t index) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/host.h"
+#include "host/services.h"
 #include "host/thing.h"
 
 namespace vornik::host {
@@ -35,15 +36,8 @@ void dropElement(ArrayElementType type, std::uint64_t element);
 REALobjectStruct* createArray(std::int32_t elementType, std::int64_t upperBound);
 std::int64_t arrayUpperBound(REALobjectStruct* array);
 
-void* integerArrayGetProcedure(REALobjectStruct* array);
-void* stringArrayGetProcedure(REALobjectStruct* array);
-void* objectArrayGetProcedure(REALobjectStruct* array);
-void* integerArraySetProcedure(REALobjectStruct* array);
-void* stringArraySetProcedure(REALobjectStruct* array);
-void* objectArraySetProcedure(REALobjectStruct* array);
-void* integerArrayInsertProcedure(REALobjectStruct* array);
-void* stringArrayInsertProcedure(REALobjectStruct* array);
-void* objectArrayInsertProcedure(REALobjectStruct* array);
+/// The address of an element procedure; null for an array of another type, and where it is withheld.
+void* arrayProcedure(REALobjectStruct* array, ArrayElementType type, const Service& service);
 
 std::int64_t getInteger(REALobjectStruct* array, std::int64_t index);
 REALstringStruct* getString(REALobjectStruct* array, std::int64_t index);

@@ -55,6 +55,13 @@ Service* element() {
   return &Entry<name, Reach::kElementProcedure, function>::service;
 }
 
+/// Hands out an element procedure. The library asks at every access, so the procedure is found only once.
+template <Name name, ArrayElementType type>
+void* procedureOf(REALobjectStruct* array) {
+  static const Service& service = *serviceNamed(name.text);
+  return arrayProcedure(array, type, service);
+}
+
 double hostVersion() {
   return state().options.version.value_or(0.0);
 }
@@ -118,15 +125,16 @@ const std::vector<Service*>& services() {
 
       byName<"RuntimeArrayCreateSingleDimBoundedArray", createArray>(),
       byName<"RuntimeUBound", arrayUpperBound>(),
-      byName<"PluginIntegerArrayGetProc", integerArrayGetProcedure>(),
-      byName<"PluginStringArrayGetProc", stringArrayGetProcedure>(),
-      byName<"PluginObjectArrayGetProc", objectArrayGetProcedure>(),
-      byName<"PluginIntegerArraySetProc", integerArraySetProcedure>(),
-      byName<"PluginStringArraySetProc", stringArraySetProcedure>(),
-      byName<"PluginObjectArraySetProc", objectArraySetProcedure>(),
-      byName<"PluginIntegerArrayInsertProc", integerArrayInsertProcedure>(),
-      byName<"PluginStringArrayInsertProc", stringArrayInsertProcedure>(),
-      byName<"PluginObjectArrayInsertProc", objectArrayInsertProcedure>(),
+      byName<"PluginIntegerArrayGetProc", procedureOf<"PluginIntegerArrayGetProc()", kArrayOfIntegers>>(),
+      byName<"PluginStringArrayGetProc", procedureOf<"PluginStringArrayGetProc()", kArrayOfStrings>>(),
+      byName<"PluginObjectArrayGetProc", procedureOf<"PluginObjectArrayGetProc()", kArrayOfVariants>>(),
+      byName<"PluginIntegerArraySetProc", procedureOf<"PluginIntegerArraySetProc()", kArrayOfIntegers>>(),
+      byName<"PluginStringArraySetProc", procedureOf<"PluginStringArraySetProc()", kArrayOfStrings>>(),
+      byName<"PluginObjectArraySetProc", procedureOf<"PluginObjectArraySetProc()", kArrayOfVariants>>(),
+      byName<"PluginIntegerArrayInsertProc",
+             procedureOf<"PluginIntegerArrayInsertProc()", kArrayOfIntegers>>(),
+      byName<"PluginStringArrayInsertProc", procedureOf<"PluginStringArrayInsertProc()", kArrayOfStrings>>(),
+      byName<"PluginObjectArrayInsertProc", procedureOf<"PluginObjectArrayInsertProc()", kArrayOfVariants>>(),
       element<"PluginIntegerArrayGetProc()", getInteger>(),
       element<"PluginStringArrayGetProc()", getString>(),
       element<"PluginObjectArrayGetProc()", getObject>(),

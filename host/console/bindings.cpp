@@ -175,6 +175,9 @@ int callRead(lua_State* L) {
     lua_settop(L, 1);
     return 1;
   }
+  if (std::string_view(call.namewhat) == "for iterator" && heldAt(L, 1) != nullptr) {
+    return luaL_error(L, "a loop goes over pairs(...) of this, as in: for key, value in pairs(m) do");
+  }
   const char* const type = luaL_typename(L, 1);
   if (call.name == nullptr) return luaL_error(L, "attempt to call a %s value", type);
   if (lua_isnil(L, 1) && std::string_view(call.namewhat) == "global") {

@@ -54,6 +54,10 @@ int classNameOf(lua_State* L) {
   return 1;
 }
 
+std::string typeText(const DeclaredType& type) {
+  return type.isArray ? type.name + "()" : type.name;
+}
+
 void pushMethod(lua_State* L, const RegisteredMethod& method) {
   const Declaration& declaration = method.declaration;
   lua_newtable(L);
@@ -61,17 +65,29 @@ void pushMethod(lua_State* L, const RegisteredMethod& method) {
   setField(L, "name", declaration.name);
   lua_pushboolean(L, method.setter != nullptr);
   lua_setfield(L, -2, "assignable");
+  lua_pushinteger(L, static_cast<lua_Integer>(declaration.requiredParameters()));
+  lua_setfield(L, -2, "required");
+  if (declaration.result.kind != DeclaredType::Kind::kNone)
+    setField(L, "result", typeText(declaration.result));
+  lua_newtable(L);
   lua_newtable(L);
   lua_Integer position = 0;
   for (const DeclaredParameter& parameter : declaration.parameters) {
+    ++position;
     lua_pushlstring(L, parameter.name.data(), parameter.name.size());
-    lua_rawseti(L, -2, ++position);
+    lua_rawseti(L, -3, position);
+    const std::string type = typeText(parameter.type);
+    lua_pushlstring(L, type.data(), type.size());
+    lua_rawseti(L, -2, position);
   }
+  lua_setfield(L, -3, "types");
   lua_setfield(L, -2, "parameters");
 }
 
 /// Classes(): what the library registered, in its order: a list of {name, properties = {{name, type}},
-/// methods = {{declaration, name, parameters = {name...}, assignable}}}.
+/// methods = {{declaration, name, parameters = {name...}, types = {type...}, required, result, assignable}}},
+/// with types as "integer" or "integer()", no result for a method without one, and the number of parameters
+/// that have no default in `required`.
 int listClasses(lua_State* L) {
   lua_newtable(L);
   lua_Integer count = 0;

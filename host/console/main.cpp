@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,7 @@ void describe(CLI::App& app, Options& options) {
       "Without\n"
       "SCRIPT, chunks are read interactively.\n\n"
       "The exit code is not 0 after an error, or when references were left over at the end.");
+  app.set_version_flag("--version", "vornik-host " VORNIK_VERSION, "Print the version, and end");
   app.add_option("--plugin", options.plugin,
                  "The library to load; by default the one built along with this program")
       ->envname("VORNIK_PLUGIN")
@@ -45,9 +47,8 @@ void describe(CLI::App& app, Options& options) {
       ->type_name("VERSION")
       ->capture_default_str();
   app.add_flag("--classes", options.listClasses, "List the registered classes with their members, and end");
-  app.add_option(
-         "--reference", options.reference,
-         "Write the reference pages of the registered classes to this directory, which exists, and end")
+  app.add_option("--reference", options.reference,
+                 "Write the reference pages of the registered classes to this directory, and end")
       ->type_name("DIRECTORY");
   app.add_flag("--calls", options.printCalls,
                "At the end, write to stderr how often each host service was called");
@@ -107,8 +108,10 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
     options.script = app.remaining();
-    if (!options.reference.empty())
-      options.script = {VORNIK_REFERENCE_SCRIPT, options.reference, VORNIK_EXAMPLES};
+    if (!options.reference.empty()) {
+      std::filesystem::create_directories(options.reference);
+      options.script = {VORNIK_REFERENCE_SCRIPT, options.reference};
+    }
     if (!options.script.empty() && options.script.front().size() > 1 && options.script.front()[0] == '-') {
       throw CLI::ExtrasError({options.script.front()});
     }

@@ -59,7 +59,11 @@ void Member::fitAssigned(Value& value) const {
 
 const Member& Members::find(const std::string& className, std::string_view name) {
   if (const Member* member = search(className, name)) return *member;
-  throw ScriptError("class " + className + " has no member '" + std::string(name) + "'");
+  const Member* const value = search(className, "value");
+  const bool isMap =
+      value != nullptr && !value->methods.empty() && !value->methods.front()->declaration.parameters.empty();
+  throw ScriptError("class " + className + " has no member '" + std::string(name) + "'" +
+                    (isMap ? "; the entries of a map are in object.value" : ""));
 }
 
 const Member* Members::search(const std::string& className, std::string_view name) {

@@ -1,4 +1,4 @@
-// Objects of registered classes: `object.member`, `object:method(...)`, `object.member[key]`,
+// Objects of registered classes: `object.member`, `object:method(...)`, `object.member[key]`, `#object`,
 // `pairs(object)`.
 #include <string>
 #include <utility>
@@ -115,6 +115,14 @@ int describeObject(lua_State* L) {
   return 1;
 }
 
+/// `#object`: what its Count is.
+int countEntries(lua_State* L) {
+  Session& session = Session::of(L);
+  const Value object = requireObject(L, 1);
+  pushValue(L, session.host().get(object, session.members().find(object, "Count").name));
+  return 1;
+}
+
 /// One step through a container: leaves the entry before handing it out, so that the loop may remove it.
 int nextEntry(lua_State* L) {
   Session& session = Session::of(L);
@@ -149,11 +157,10 @@ int eachEntry(lua_State* L) {
 }  // namespace
 
 void openObjects(lua_State* L) {
-  static constexpr luaL_Reg kObject[] = {{"__index", binding<readMember>},
-                                         {"__newindex", binding<writeMember>},
-                                         {"__pairs", binding<eachEntry>},
-                                         {"__tostring", binding<describeObject>},
-                                         {nullptr, nullptr}};
+  static constexpr luaL_Reg kObject[] = {
+      {"__index", binding<readMember>},        {"__newindex", binding<writeMember>},
+      {"__pairs", binding<eachEntry>},         {"__len", binding<countEntries>},
+      {"__tostring", binding<describeObject>}, {nullptr, nullptr}};
   defineType(L, kObjectType, kObject);
   static constexpr luaL_Reg kMember[] = {{"__index", binding<readIndexed>},
                                          {"__newindex", binding<writeIndexed>},

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace vornik::host::console {
 namespace {
@@ -31,19 +32,44 @@ void interrupt(int) {
   }
 }
 
-std::optional<std::string> readLine(bool atTerminal, const char* prompt) {
-  if (!atTerminal) {
-    std::string line;
-    if (!std::getline(std::cin, line)) return std::nullopt;
-    return line;
-  }
-  const std::unique_ptr<char, decltype(&std::free)> line(readline(prompt), &std::free);
-  if (line == nullptr) return std::nullopt;
-  return std::string(line.get());
-}
+/// Input by lines, which it counts: prompts and error messages name them.
+class Lines {
+ public:
+  explicit Lines(bool atTerminal) : atTerminal_(atTerminal) {}
 
-/// Compiles text to a function on the stack; otherwise leaves the message there.
-bool compile(lua_State* L, const std::string& text) {
+  bool atTerminal() const { return atTerminal_; }
+  std::size_t count() const { return count_; }
+
+  /// The next line; nothing at the end of the input. The prompt is the line's number and this.
+  std::optional<std::string> next(const char* prompt) {
+    if (!atTerminal_) {
+      std::string line;
+      if (!std::getline(std::cin, line)) return std::nullopt;
+      ++count_;
+      return line;
+    }
+    const std::string numbered = std::to_string(count_ + 1) + prompt;
+    const std::unique_ptr<char, decltype(&std::free)> line(readline(numbered.c_str()), &std::free);
+    if (line == nullptr) return std::nullopt;
+    ++count_;
+    return std::string(line.get());
+  }
+
+ private:
+  bool atTerminal_;
+  std::size_t count_ = 0;
+};
+
+/// Text of the input and the line that it begins on.
+struct Chunk {
+  std::string text;
+  std::size_t line;
+};
+
+/// Compiles a chunk, with `before` ahead of it on its first line, to a function on the stack; otherwise
+/// leaves the message there.
+bool compile(lua_State* L, const Chunk& chunk, const char* before = "") {
+  const std::string text = std::string(chunk.line - 1, '\n') + before + chunk.text;  // so that Lua counts too
   return luaL_loadbuffer(L, text.data(), text.size(), "=stdin") == LUA_OK;
 }
 
@@ -54,16 +80,16 @@ bool isIncomplete(lua_State* L) {
 
 /// Reads further lines as long as the chunk lacks its end. True: a function is on the stack. False: a message
 /// is.
-bool compileChunk(lua_State* L, bool atTerminal, std::string& chunk) {
+bool compileChunk(lua_State* L, Lines& lines, Chunk& chunk) {
   // An expression gets its values printed, so that reading comes first.
-  if (compile(L, "return " + chunk)) return true;
+  if (compile(L, chunk, "return ")) return true;
   lua_pop(L, 1);
   while (!compile(L, chunk)) {
     if (!isIncomplete(L)) return false;
-    const std::optional<std::string> line = readLine(atTerminal, ">> ");
+    const std::optional<std::string> line = lines.next(">> ");
     if (!line) return false;
     lua_pop(L, 1);
-    chunk += '\n' + *line;
+    chunk.text += '\n' + *line;
   }
   return true;
 }
@@ -90,20 +116,21 @@ bool runChunk(Session& session) {
 }  // namespace
 
 bool interact(Session& session) {
-  const bool atTerminal = isatty(STDIN_FILENO) != 0;
-  if (atTerminal) {
+  Lines lines(isatty(STDIN_FILENO) != 0);
+  if (lines.atTerminal()) {
     using_history();
     std::puts("Classes are globals, as in: m = IntegerToIntegerOrderedMapQZR(). End with Ctrl-D.");
   }
   bool succeeded = true;
-  while (std::optional<std::string> chunk = readLine(atTerminal, "> ")) {
-    const bool compiled = compileChunk(session.state(), atTerminal, *chunk);
-    if (atTerminal && !chunk->empty()) add_history(chunk->c_str());
+  while (std::optional<std::string> line = lines.next("> ")) {
+    Chunk chunk{std::move(*line), lines.count()};
+    const bool compiled = compileChunk(session.state(), lines, chunk);
+    if (lines.atTerminal() && !chunk.text.empty()) add_history(chunk.text.c_str());
     if (!compiled) session.reportError();
     if (!compiled || !runChunk(session)) succeeded = false;
   }
-  if (atTerminal) std::putchar('\n');
-  return succeeded || atTerminal;
+  if (lines.atTerminal()) std::putchar('\n');
+  return succeeded || lines.atTerminal();
 }
 
 }  // namespace vornik::host::console

@@ -44,7 +44,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
   /// stays away.
   static void BuildArrays(REALobjectStruct* self) {
     if (data(self).keyArray != nullptr || !Base::isInitialized(data(self))) return;
-    withContainer(data(self), [&]<typename Container>(Container& container) {
+    withContainer(data(self), [&](auto& container) {
       const auto upperBound = static_cast<std::int64_t>(container.size()) - 1;
       OwnedObject keys(REALCreateArray(Class::Key::kArrayType, upperBound));
       if (!keys) return;
@@ -53,7 +53,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
         OwnedObject values(REALCreateArray(Class::Value::kArrayType, upperBound));
         if (!values) return;
         auto* const valueArray = asArray<typename Class::Value>(values.get());
-        const Unchanged<Container> unchanged(self, container);
+        const auto unchanged = watch(self, container);
         walk(container, unchanged, [&](std::int64_t index, auto place) {
           REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
           if (unchanged) REALSetArrayValue(valueArray, index, Class::Value::lend(container.value(place)));
@@ -61,7 +61,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
         if (!unchanged || data(self).keyArray != nullptr) return;
         data(self).valueArray = values.release();
       } else {
-        const Unchanged<Container> unchanged(self, container);
+        const auto unchanged = watch(self, container);
         walk(container, unchanged, [&](std::int64_t index, auto place) {
           REALSetArrayValue(keyArray, index, Class::Key::lend(container.key(place)));
         });
@@ -104,8 +104,8 @@ struct IndexFunctions : ContainerFunctions<Class> {
   static void insertInto(REALobjectStruct* self, REALobjectStruct* targetArray, Lend lend) {
     if (targetArray == nullptr) return RaiseException("NilObjectException", "array is nil");
     auto* array = asArray<Kind>(targetArray);
-    withContainer(data(self), [&]<typename Container>(Container& container) {
-      walk(container, Unchanged<Container>(self, container), [&](std::int64_t index, auto place) {
+    withContainer(data(self), [&](auto& container) {
+      walk(container, watch(self, container), [&](std::int64_t index, auto place) {
         if (const auto insert = Kind::insertProc(array)) insert(array, index, lend(container, place));
       });
     });
@@ -137,6 +137,11 @@ struct IndexFunctions : ContainerFunctions<Class> {
     const Container* container_;
     ChangeStamp change_;
   };
+
+  template <typename Container>
+  static Unchanged<Container> watch(REALobjectStruct* self, const Container& container) {
+    return Unchanged<Container>(self, container);
+  }
 
   /// Runs visit(index, place) on every entry in iteration order, up to a change: what host code changes in
   /// the middle of an export ends it.

@@ -88,7 +88,9 @@ struct MapFunctions : IndexFunctions<Class> {
     auto* dictionary = reinterpret_cast<_REALdictionary*>(result.get());
     const DictionaryConversion conversion;
     for (const auto& [key, value] : entries) {
-      SetDictionaryValue(dictionary, Class::Key::toVariant(key).get(), Class::Value::toVariant(value).get());
+      const ObjectReference keyVariant = Class::Key::toVariant(key);
+      const ObjectReference valueVariant = Class::Value::toVariant(value);
+      SetDictionaryValue(dictionary, keyVariant.get(), valueVariant.get());
     }
     return result.release();
   }

@@ -12,26 +12,25 @@ class BucketCount {
  public:
   constexpr BucketCount() = default;
   /// `count` is at least 2.
-  constexpr explicit BucketCount(std::uint64_t count) : count_(count), reciprocal_(~Wide{0} / count + 1) {}
+  constexpr explicit BucketCount(std::uint64_t count) : count_(count), reciprocal_(kMost / count) {}
 
   constexpr std::uint64_t value() const { return count_; }
 
   /// hash modulo the count, which must not be 0.
   constexpr std::uint64_t bucketOf(std::uint64_t hash) const {
-    // The quotient's fraction in 128 bits, which is exact enough for every 64-bit hash, times the count.
-    // There is no shift by a variable amount: compilers put one through a partial register, and calls then
-    // wait for each other.
-    const Wide fraction = reciprocal_ * hash;
-    const Wide low = Wide{static_cast<std::uint64_t>(fraction)} * count_ >> 64;
-    const Wide high = Wide{static_cast<std::uint64_t>(fraction >> 64)} * count_;
-    return static_cast<std::uint64_t>((low + high) >> 64);
+    // The reciprocal is too small by less than one, hence the quotient by less than one, too: rounded down,
+    // it is right or one too small. There is no branch, because nobody can predict it.
+    const auto quotient = static_cast<std::uint64_t>(Wide{reciprocal_} * hash >> 64);
+    const std::uint64_t remainder = hash - quotient * count_;
+    return remainder < count_ ? remainder : remainder - count_;
   }
 
  private:
   __extension__ using Wide = unsigned __int128;
+  static constexpr std::uint64_t kMost = ~std::uint64_t{0};
 
   std::uint64_t count_ = 0;
-  Wide reciprocal_ = 0;
+  std::uint64_t reciprocal_ = 0;
 };
 
 /// The smallest prime that is not less than n. Square root of the result in time; asked once a growth.

@@ -36,6 +36,14 @@ void makeEmpty(rbText::Form<Unit>& form) {
   form.data = rbText::Form<Unit>::kEmpty;
 }
 
+/// Text of the host's. Where it has no unit it has no terminator to rely on either.
+template <typename Unit>
+void borrow(rbText::Form<Unit>& form, const Unit* data, std::int64_t length) {
+  if (length == 0) return makeEmpty(form);
+  form.data = data;
+  form.length = length;
+}
+
 /// Lets a copy of the form, changed unit by unit, take its place.
 template <typename Unit, typename Change>
 void replaceByCopy(rbText::Form<Unit>& form, Change change) {
@@ -68,8 +76,8 @@ bool convertByHost(rbText::Form<Unit>& form, REALstringStruct* string, std::uint
   }
   form.recordFilled = true;
   if (form.record.data == nullptr || form.record.byteLength < 0) return false;
-  form.data = static_cast<const Unit*>(form.record.data);
-  form.length = form.record.byteLength / static_cast<std::int64_t>(sizeof(Unit));
+  borrow(form, static_cast<const Unit*>(form.record.data),
+         form.record.byteLength / static_cast<std::int64_t>(sizeof(Unit)));
   return true;
 }
 
@@ -146,7 +154,7 @@ rbData::rbData(REALstringStruct* string) noexcept {
   if (string == nullptr) return;
   const StringContents contents = REALGetStringContents(string);
   data = reinterpret_cast<const std::uint8_t*>(contents.bytes);
-  length = contents.length;
+  length = std::max(contents.length, std::int64_t{0});
   if (data == nullptr && length != 0) {
     length = 0;
     debugLog("data is NULL, so size fixed to zero.");
@@ -194,10 +202,7 @@ rbText::rbText(REALstringStruct* string) noexcept : leadingGuard_(kGuard), trail
     case kEncodingUTF8: {
       classification_ = CheckPending;
       const StringContents contents = REALGetStringContents(string);
-      if (contents.bytes != nullptr) {
-        utf8.data = contents.bytes;
-        utf8.length = contents.length;
-      }
+      if (contents.bytes != nullptr) borrow(utf8, contents.bytes, contents.length);
       break;
     }
     case kEncodingUnknown:
@@ -249,9 +254,7 @@ void rbText::CheckASCII() noexcept {
       std::none_of(bytes.data, bytes.data + bytes.length, [](std::uint8_t byte) { return byte >= 0x80; });
   classification_ = ascii ? PureASCII : NotASCII;
   if (!ascii) return;
-  if (bytes.data == nullptr) return makeEmpty(utf8);
-  utf8.data = reinterpret_cast<const char*>(bytes.data);
-  utf8.length = bytes.length;
+  borrow(utf8, reinterpret_cast<const char*>(bytes.data), bytes.length);
 }
 
 void rbText::ConvertUTF8() noexcept {

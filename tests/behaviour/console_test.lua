@@ -29,7 +29,7 @@ fails("attempt to call a number value (local 'x')", "local x = 5; x()", "local x
 fails("attempt to call a nil value (method 'find')", "({}):find()")
 
 -- Sets of overloads, results, and their absence.
-assert(select("#", m:Remove(it)) == 0 and m:Remove(3) == 0 and m.Count == 2)
+assert(select("#", m:Remove(it)) == 0 and m:Remove(3) == 0 and m.Count == 2 and #m == 2)
 assert(IntegerToIntegerOrderedMapQZR(m).Count == 2 and integertointegerorderedmapqzr(m).Count == 2)
 assert(m == m:find(-2) == false and m:first() ~= m:first() and m.value ~= m.value)
 assert(tostring(m):match("^IntegerToIntegerOrderedMapQZR: ") and tostring(m.value):find(".value, a method: object:value(...)", 1, true))
@@ -41,6 +41,8 @@ for key, value in pairs(m) do
   if value == 1 << 53 then m:Remove(key) end
 end
 assert(table.concat(keys, " ") == "-2 " .. math.maxinteger and m.Count == 1)
+fails("as in: for key, value in pairs(m) do", "for key in m do end", "for key in m.Keys do end")
+fails("has no member 'Count'", "local x = #m.first")
 
 -- Host exceptions are values.
 local done, exception = pcall(function() return m.value[8] end)

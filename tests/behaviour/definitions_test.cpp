@@ -1,4 +1,4 @@
-// The records of the 36 classes against the file of facts beside this one, and a run that reaches every
+// The records of all classes against the file of facts beside this one, and a run that reaches every
 // member they declare.
 #include <fstream>
 
@@ -52,8 +52,7 @@ TEST_F(Definitions, AreAsTheFactsSay) {
   for (std::string text; std::getline(file, text);) {
     if (!text.empty()) facts.push_back(text);
   }
-  ASSERT_EQ(std::count_if(facts.begin(), facts.end(), [](const std::string& text) { return text[0] == 'c'; }),
-            36);
+  ASSERT_FALSE(facts.empty());
   for (const auto& type : host().classes()) {
     for (const std::string& text : block(*type->definition)) registered.push_back(text);
   }

@@ -50,6 +50,7 @@ TEST_P(Indexed, EveryChangeDropsTheCacheAndNothingElseDoes) {
   };
   EXPECT_FALSE(drops([&] { call(call(container, "find", {key(1)}), "MoveNext"); }));
   EXPECT_FALSE(dropsRemoving({place, nullptr}));
+  EXPECT_FALSE(drops([&] { EXPECT_EQ(answer(container, "Remove", {call(container, "last")}), kAtEnd); }));
   // A key that is absent, and one that is present.
   for (int time = 0; time < 2; ++time) EXPECT_TRUE(drops([&] { put(container, 7); })) << time;
   for (int time = 0; time < 2; ++time) EXPECT_TRUE(dropsRemoving({key(7)})) << time;

@@ -47,6 +47,11 @@ TEST_P(MixedVariants, DoNoHarm) {
     });
     if (step % 500 != 0) continue;
     ASSERT_EQ(keys(container).size(), static_cast<std::size_t>(count(container)));
+    if (!facts().ordered || !facts().isMap()) continue;
+    const Value copy = unmade();
+    copyInto(copy, container);
+    ASSERT_EQ(visit(copy), visit(container)) << "a copy has the sequence of what it was made from";
+    ASSERT_EQ(visit(call(container, "Clone")), visit(container));
   }
 }
 

@@ -42,26 +42,60 @@ struct Reentrancy : ContainerTest {
     operations["Value"] = [this](Value& c) { host().assign(call(c, "first"), "Value", {}, value(1)); };
     return operations;
   }
+  /// What destructors do to the container in the middle of its operation, and how many entries that leaves.
+  struct Mischief {
+    const char* name;
+    std::function<void(Value& container)> run;
+  };
+  std::vector<Mischief> mischiefs() {
+    const auto rebuild = [this](Value& c) {
+      call(c, "Clear");
+      put(c, 50);
+      put(c, 51);
+    };
+    return {{"rebuild", rebuild},
+            {"look", [this](Value& c) { EXPECT_EQ(visit(c).size(), static_cast<std::size_t>(count(c))); }},
+            {"export", [this](Value& c) { call(c, "Keys"); }},
+            {"insert",
+             [this](Value& c) {
+               for (int i = 60; i < 90; ++i) put(c, i);
+             }},
+            {"remove",
+             [this](Value& c) {
+               call(c, "Remove", Values{call(c, "first"), call(c, "last")});
+             }},
+            {"Constructor", [this](Value& c) { call(c, "Constructor", constructorArguments()); }},
+            {"convert",
+             [this](Value& c) {
+               if (facts().isMap()) call(call(c, "Clone"), "CloneDictionary");
+             }},
+            {"drop", [](Value& c) { c = nullptr; }}};
+  }
   void expectSafe(const Operations& operations, bool removeAll) {
-    for (const auto& [name, operation] : operations) {
-      SCOPED_TRACE(name);
-      Value container = make();
-      Values iterators;
-      int runs = 0;
-      const auto destructor = [&] {
-        ++runs;
-        EXPECT_FALSE(Host::insidePlugin());
-        for (const Value& iterator : iterators) EXPECT_EQ(answer(iterator, "Key"), kStale);
-        if (container.isNil()) return;
-        call(container, "Clear");
-        put(container, 50);
-        put(container, 51);
-      };
-      for (const int k : {1, 2, 3}) plant(container, k, destructor);
-      for (int n = 0; removeAll && n < 3; ++n) iterators.push_back(nth(container, n));
-      operation(container);
-      EXPECT_EQ(runs, 3);
-      EXPECT_TRUE(container.isNil() || content(container) == entries({50, 51}));
+    for (const Mischief& mischief : mischiefs()) {
+      for (const auto& [name, operation] : operations) {
+        SCOPED_TRACE(name + " and " + mischief.name);
+        Value container = make();
+        Values iterators;
+        int runs = 0;
+        const auto destructor = [&] {
+          ++runs;
+          EXPECT_FALSE(Host::insidePlugin());
+          for (const Value& iterator : iterators) EXPECT_EQ(answer(iterator, "Key"), kStale);
+          if (!container.isNil()) mischief.run(container);
+        };
+        for (const int k : {1, 2, 3}) plant(container, k, destructor);
+        if (!removeAll) call(container, "Keys");  // constructors leave the cache alone
+        for (int n = 0; removeAll && n < 3; ++n) iterators.push_back(nth(container, n));
+        operation(container);
+        EXPECT_TRUE(runs > 0 || !removeAll);
+        if (!container.isNil()) {
+          EXPECT_EQ(visit(container).size(), static_cast<std::size_t>(count(container)));
+          call(container, "Clear");
+        }
+        container = nullptr;
+        EXPECT_EQ(runs, 3);
+      }
     }
   }
 };
@@ -70,6 +104,50 @@ VORNIK_FOR_CLASSES(Reentrancy, [](const ClassFacts& f) { return (f.isMap() ? f.v
 TEST_P(Reentrancy, DestructorsFindTheirEntriesGoneAndMayRebuildTheContainer) {
   expectSafe(operationsThatRemoveAll(), true);
   expectSafe(operationsThatRemoveOne(), false);
+}
+
+TEST_P(Reentrancy, ConstructorsHaveChosenAndForgottenBeforeTheOldEntriesDie) {
+  for (const bool rebuilt : {true, false}) {
+    Value container = make();
+    const Value last = call(container, "last");
+    int runs = 0;
+    plant(container, 1, [&] {
+      ++runs;
+      EXPECT_EQ(answer(last, "MoveNext"), kStale);
+      EXPECT_FALSE(equal(last, container.isNil() ? last : call(container, "last")) && rebuilt);
+      if (!rebuilt || !facts().hasCaseChoice()) return;
+      EXPECT_EQ(host().get(container, "CaseSensitive").boolean(), !caseSensitive());
+    });
+    if (rebuilt) {
+      call(container, "Constructor", facts().hasCaseChoice() ? Values{!caseSensitive()} : Values{});
+    } else {
+      container = nullptr;
+    }
+    EXPECT_EQ(runs, 1);
+  }
+}
+
+TEST_P(Reentrancy, CachedValuesGoBeforeCachedKeys) {
+  if (facts().key != kAny || !facts().isMap()) return;
+  Texts gone;
+  const Value map = make();
+  const auto witness = [&](const char* name) {
+    return host().scriptObject(name, [&gone, name] { gone.push_back(name); });
+  };
+  for (const bool atOnce : {false, true}) {
+    gone.clear();
+    Value holder = atOnce ? make() : map;
+    add(holder, witness("key"), witness("value"));
+    call(holder, "Keys");
+    if (!atOnce) {
+      call(holder, "Clear");
+    } else {
+      call(holder, "Constructor", constructorArguments());
+      EXPECT_EQ(gone, Texts());
+      holder = nullptr;
+    }
+    EXPECT_EQ(gone, (Texts{"value", "key"}));
+  }
 }
 
 TEST_P(Reentrancy, TheCacheMayHoldTheLastReference) {

@@ -19,8 +19,8 @@ using Keys = std::vector<std::int64_t>;
 
 Keys order(const Table& table) {
   Keys keys;
-  for (auto place = table.begin(); place != table.end(); place = Table::next(place)) {
-    keys.push_back(Table::key(place));
+  for (auto place = table.begin(); place != table.end(); place = table.next(place)) {
+    keys.push_back(table.key(place));
   }
   return keys;
 }
@@ -84,6 +84,22 @@ TEST(HashTableGolden, KeysOfDifferentHashAreDifferentWhateverTheirComparison) {
   HashTable<std::int64_t, std::int64_t, CoarseHashing> table;
   for (std::int64_t key = 0; key < 100; ++key) table.findOrInsert(key);
   EXPECT_EQ(table.size(), 100U);
+}
+
+/// A limit within reach.
+struct FewElements : TinyHashTableSizes {
+  static constexpr std::uint64_t kMostElements = 30;
+};
+
+TEST(HashTable, OneElementMoreThanTheLimitIsAFailedAllocation) {
+  HashTable<std::int64_t, std::int64_t, PatternHashing, FewElements> table;
+  for (std::int64_t key = 0; key < 30; ++key) table.findOrInsert(key);
+  EXPECT_THROW(table.findOrInsert(30), std::bad_alloc);
+  EXPECT_EQ(table.size(), 30U);
+  EXPECT_EQ(table.findOrInsert(7), table.find(7)) << "what is there needs no room";
+  static_cast<void>(table.extract(table.find(7)));
+  EXPECT_NE(table.findOrInsert(30), table.end());
+  static_assert(ShippedHashTableSizes::kMostElements == 2'147'483'646);
 }
 
 TEST(BucketCount, DividesLikeTheProcessor) {

@@ -56,6 +56,13 @@ void checkReferences(host::Host& host) {
   };
   set(first);
   EXPECT_EQ(host.references(first), 2);
+  bool gone = false;
+  set(host.scriptObject("held by the array alone", [&] { gone = true; }));
+  REALobjectStruct* held = nullptr;
+  REALGetArrayValue(as<_REALarrayObject>(array), 0, &held);
+  REALUnlockObject(held);
+  REALSetArrayValue(as<_REALarrayObject>(array), 0, held);
+  EXPECT_FALSE(gone) << "an element set to itself stays";
   set(second);
   EXPECT_EQ(host.references(first), 1);
   REALobjectStruct* element = nullptr;
@@ -116,6 +123,11 @@ TEST_F(Arrays, AProbeThatFailsIsNamedAndAccessGoesOnThroughTheProcedures) {
     expectLine(row.line);
     host_.failFrom(row.service, 0);
   }
+  const Value shared = host::ObjectRef::adopt(REALCreateArray(kArrayOfIntegers, 1234)), twice = shared;
+  ArrayAccessTested = true;
+  EXPECT_THAT(logLinesOf([&] { TestArray(as<_REALarrayInteger>(shared)); }),
+              ElementsAre("QZR Debug: refCount wrong 2"));
+  EXPECT_FALSE(ArrayAccessSuccess);
   // Believes in the older layout, of 32-bit dimension counts, while the host has the newer one.
   rbversion_rbversion = 2020.02;
   expectLine("QZR Debug: ubound wrong ");
@@ -148,6 +160,18 @@ TEST_F(Dictionaries, AreServedByTheirHostsOwnMethodsWhichAreLookedUpOnce) {
     EXPECT_EQ(host_.calls().at("REALLoadObjectMethod"), 3u);
     EXPECT_EQ(LastDictionary, handle);
   }
+  // Of another class is also one that differs in the second word alone.
+  const Value other = host_.dictionary();
+  auto* const words = reinterpret_cast<const void**>(objectOf(other));
+  const void* const definition = words[1];
+  {
+    const DictionaryConversion conversion;
+    words[1] = &other;
+    SetDictionaryValue(as<_REALdictionary>(other), objectOf(key), objectOf(first));
+    EXPECT_EQ(host_.calls().at("REALLoadObjectMethod"), 4u);
+    words[1] = definition;
+  }
+  EXPECT_EQ(LastDictionary, nullptr) << "another one may come to lie there";
   EXPECT_THAT(logLinesOf([&] {
                 EXPECT_EQ(GetDictionaryCount(handle), 1);
                 rbversion_rbversion = 2019.03;

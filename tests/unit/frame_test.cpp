@@ -111,12 +111,15 @@ TEST_F(FrameInHost, StringsAreDeclaredByWhatTheirBytesAre) {
 }
 
 TEST_F(FrameInHost, StringsThatCannotBeBuiltAreEmpty) {
+  built("abc", kEncodingUTF8);
+  host_.resetCalls();
   EXPECT_THAT(test::logLinesOf([] {
                 const std::pair<const char*, std::int64_t> given[] = {
                     {nullptr, 3}, {"abc", 0}, {"abc", -1}, {"abc", std::int64_t{1} << 31}};
                 for (const auto& [bytes, count] : given) {
                   EXPECT_EQ(REALBuildUnicodeString(bytes, count, kEncodingUTF8), nullptr) << count;
                 }
+                EXPECT_EQ(host::Host::current().calls().at("REALBuildStringWithEncoding"), 0u) << "not asked";
                 built("abc", 4711);
               }),
               ElementsAre("QZR Debug: Count too big for REALBuildUnicodeString.",

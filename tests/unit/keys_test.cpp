@@ -80,6 +80,7 @@ TEST_F(Keys, StringComparison) {
               {"a\0b"s, "a\0c"s, 0, -1},
               {"\u00C4bC", "\u00E4Bc", -1, 0},
               {host_.string("\xE9\0"s, kEncodingUTF16LE), "\u00E9", 0, 0},
+              {"\u00C4", "\u00E4", -1, 0, 2012.0},
               {"AbC", "aBC", -1, 0, 2011.04},
               {"\u00C4", "\u00E4", -1, -1, 2011.04}};  // older hosts fold ASCII only
   for (const auto& row : rows) {
@@ -118,6 +119,13 @@ TEST_F(Keys, VariantComparison) {
       EXPECT_EQ(MyGetVariantHashI(a), MyGetVariantHashI(b));
     }
   }
+  // The host's other kinds of text; what lies between them is none.
+  for (const int code : {18, 19, 20, 21, 22, 23, 24}) {
+    const Value a = host_.variant(Type{code}, "abc"), b = host_.variant(Type{code}, "abc");
+    const bool isText = code != 22 && code != 24;
+    EXPECT_EQ(CompareS(objectOf(a), objectOf(b)) == 0, isText) << code;
+    EXPECT_EQ(MyGetVariantHashS(objectOf(a)) == 26499u, isText) << code;
+  }
   // Different types are told apart by where they lie in memory.
   const Value others[] = {host_.variant(kInt32, 5),    host_.variant(kInt32, 5, true),
                           host_.variant(kDouble, 5.0), host_.variant(kString, "5"),
@@ -145,13 +153,15 @@ void* resolveProperties(const char* name) {
 }
 
 TEST_F(Keys, VariantsAreReadThroughPropertiesWhereServicesAreMissing) {
-  gResolver = &resolveProperties;
-  EXPECT_EQ(GetVariantType(objectOf(host_.variant(Type::kInt32, 1, true))), kVariantInt32);
-  for (const Type type : {Type::kInt32, Type::kInt64, Type::kColor, Type::kSingle, Type::kDouble}) {
-    const Value a = host_.variant(type, 7), b = host_.variant(type, 9), same = host_.variant(type, 9);
-    EXPECT_EQ(CompareS(objectOf(a), objectOf(b)), -1);
-    EXPECT_EQ(CompareS(objectOf(b), objectOf(same)), 0);
-  }
+  test::inOwnProcess([this] {
+    gResolver = &resolveProperties;
+    EXPECT_EQ(GetVariantType(objectOf(host_.variant(Type::kInt32, 1, true))), kVariantInt32);
+    for (const Type type : {Type::kInt32, Type::kInt64, Type::kColor, Type::kSingle, Type::kDouble}) {
+      const Value a = host_.variant(type, 7), b = host_.variant(type, 9), same = host_.variant(type, 9);
+      EXPECT_EQ(CompareS(objectOf(a), objectOf(b)), -1);
+      EXPECT_EQ(CompareS(objectOf(b), objectOf(same)), 0);
+    }
+  });
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "plugin/values/text.h"
 
 #include "plugin/frame/host_services.h"
+#include "plugin/values/string_keys.h"
 #include "tests/unit/captured_log.h"
 #include "tests/unit/in_host.h"
 
@@ -106,34 +107,42 @@ void* resolveOddHost(const char* name) {
 }
 
 TEST_F(Text, UTF16FromTheHostIsTerminatedSwappedAndFreedOfItsMark) {
-  gResolver = &resolveOddHost;
-  const struct {
-    std::u16string given;
-    std::int64_t bytes;
-    std::u16string text;
-    std::vector<std::string> log = {};
-  } rows[] = {{u"ab", 4, u"ab"},
-              {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
-              {u"ab", 5, u"ab"},
-              {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
-              {u"\uFEFF\uFFFEA", 6, u"A"},
-              {u"\uFEFF", 2, u""},
-              {u"ab", -6, u""}};
-  const host::Value string = host_.string("?", kEncodingUTF32);
-  for (const auto& row : rows) {
-    hostText = row.given;
-    hostBytes = row.bytes;
-    disposed = 0;
-    std::u16string text;
-    EXPECT_EQ(logLinesOf([&] {
-                rbText view(stringOf(string));
-                view.ConvertUTF16();
-                text.assign(view.utf16.data, view.utf16.data + view.utf16.length);
-              }),
-              row.log);
-    EXPECT_EQ(text, row.text);
-    EXPECT_EQ(disposed, 1);
-  }
+  test::inOwnProcess([this] {
+    gResolver = &resolveOddHost;
+    const struct {
+      std::u16string given;
+      std::int64_t bytes;
+      std::u16string text;
+      std::vector<std::string> log = {};
+    } rows[] = {{u"ab", 4, u"ab"},
+                {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
+                {u"ab", 5, u"ab"},
+                {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
+                {u"\uFEFF\uFFFEA", 6, u"A"},
+                {u"\uFEFF", 2, u""},
+                {u"x", 0, u""},
+                {u"ab", -6, u""}};
+    const host::Value string = host_.string("?", kEncodingUTF32);
+    for (const auto& row : rows) {
+      hostText = row.given;
+      hostBytes = row.bytes;
+      disposed = 0;
+      std::u16string text;
+      EXPECT_EQ(logLinesOf([&] {
+                  rbText view(stringOf(string));
+                  view.ConvertUTF16();
+                  text.assign(view.utf16.data, view.utf16.data + view.utf16.length);
+                }),
+                row.log);
+      EXPECT_EQ(text, row.text);
+      EXPECT_EQ(disposed, 1);
+    }
+    // Text of length 0 may have no terminator: it is the empty string whatever lies there.
+    hostText = u"x";
+    hostBytes = 0;
+    EXPECT_EQ(CompareS(stringOf(string), StringOperand(nullptr)), 0);
+    EXPECT_EQ(formsOf(string).utf8, "");
+  });
 }
 
 TEST_F(Text, WhatTheHostCannotConvertIsEmpty) {
@@ -157,12 +166,14 @@ void* resolveWithoutEncodings(const char* name) {
 }
 
 TEST_F(Text, AHostWithoutEncodingsStillHasAscii) {
-  gResolver = &resolveWithoutEncodings;
-  const host::Value ascii = host_.string("abc", kEncodingUTF8);
-  EXPECT_EQ(formsOf(ascii).utf16, u"abc");
-  rbText text(stringOf(ascii));
-  EXPECT_EQ(text.encoding(), kEncodingMacRoman);
-  EXPECT_EQ(text.classification(), rbText::CheckPending);
+  test::inOwnProcess([this] {
+    gResolver = &resolveWithoutEncodings;
+    const host::Value ascii = host_.string("abc", kEncodingUTF8);
+    EXPECT_EQ(formsOf(ascii).utf16, u"abc");
+    rbText text(stringOf(ascii));
+    EXPECT_EQ(text.encoding(), kEncodingMacRoman);
+    EXPECT_EQ(text.classification(), rbText::CheckPending);
+  });
 }
 
 }  // namespace

@@ -1,20 +1,20 @@
 -- Writes the pages of the class reference into the directory given: vornik-host --reference DIRECTORY.
 --
 -- Declarations come from the registered classes, descriptions from members.lua, and what examples answer from
--- running them. Stops at a member without a description, and at a description without a member. The second argument
--- is the directory of the example scripts, which the pages quote.
+-- running them. Stops at a member without a description, and at a description without a member.
 
-local directory, examples = arg[1], arg[2]
+local directory = arg[1]
 local here = arg[0]:match("^(.*/)") or ""
 local families = dofile(here .. "families.lua")
-local members = dofile(here .. "members.lua")
+local sections = dofile(here .. "members.lua")
+local answer = dofile(here .. "examples.lua")
 
 local function stop(message)
   io.stderr:write("reference: ", message, "\n")
   os.exit(1)
 end
 
--- "Remove(first, last)": what tells the overloads of a name apart. Iterators' members have names of their own.
+-- "Remove(first, last)": what tells the overloads of a name apart.
 local function signature(method)
   local name = method.name
   if #method.parameters == 0 then return name == "Constructor" and "Constructor()" or name end
@@ -22,71 +22,50 @@ local function signature(method)
 end
 
 local function anchor(heading) return (heading:lower():gsub("[^%w_ -]", ""):gsub(" ", "-")) end
+local function link(heading) return ("[`%s`](#%s)"):format(heading, anchor(heading)) end
 
--- ---- Examples: lines as typed at the prompt, each with what it answers ----
+-- ---- Examples ----
 
-local function show(value)
-  if type(value) == "string" then return ("%q"):format(value) end
-  if math.type(value) or type(value) ~= "userdata" or tostring(value):find("^Variant%.") then return tostring(value) end
-  local class = ClassName(value)
-  if class == "Array" or class == "Dictionary" then return tostring(value) end
-  return (class:find("^[AIO]") and "an " or "a ") .. class
+local function withWords(text, family) return (text:gsub("%$(%w+)", family.words)) end
+
+-- What the console answers, in the words of the host's language.
+local function inHostLanguage(result)
+  return (result:gsub("Array(%b{})", function(list) return "Array(" .. list:sub(2, -2) .. ")" end)
+    :gsub("Dictionary(%b{})", function(list)
+      return "Dictionary: " .. list:sub(2, -2):gsub("%[(.-)%] = ", "%1 = ")
+    end)
+    :gsub("^true$", "True"):gsub("^false$", "False"):gsub("^nil$", "Nil"))
 end
 
-local function answer(line, environment)
-  local printed = {}
-  environment.print = function(...)
-    local texts = table.pack(...)
-    for i = 1, texts.n do texts[i] = show(texts[i]) end
-    printed[#printed + 1] = table.concat(texts, " ")
-  end
-  local chunk = load("return " .. line, "example", "t", environment) or load(line, "example", "t", environment)
-  if not chunk then stop("example cannot be read: " .. line) end
-  local results = table.pack(pcall(chunk))
-  if not results[1] then
-    local exception = results[2]
-    if type(exception) ~= "table" then stop("example fails: " .. line .. ": " .. tostring(exception)) end
-    return ('raises %s "%s"'):format(exception.class, exception.message)
-  end
-  for i = 2, results.n do printed[#printed + 1] = show(results[i]) end
-  return #printed > 0 and table.concat(printed, ", ") or nil
-end
-
+-- Lines of an example, run, as one block for each language.
 local function run(lines, environment, family)
-  local shown = {}
+  local host, console = {}, {}
   for _, line in ipairs(lines) do
-    line = line:gsub("%$(%w+)", family.words)
-    local result = answer(line, environment)
-    shown[#shown + 1] = result and line .. "  --> " .. result or line
+    local hostLine, consoleLine = withWords(line[1], family), line[2] and withWords(line[2], family)
+    local result
+    if consoleLine then
+      local done, found = pcall(answer, consoleLine, environment)
+      if not done then stop(found) end
+      result = found
+      console[#console + 1] = result and consoleLine .. "  --> " .. result or consoleLine
+    end
+    -- A statement that drops what it answers need not be told what that is.
+    if result and not hostLine:find("^Call ") then hostLine = hostLine .. "  ' " .. inHostLanguage(result) end
+    host[#host + 1] = hostLine
   end
-  return "```lua\n" .. table.concat(shown, "\n") .. "\n```\n"
+  return ("```xojo\n%s\n```\n\n```lua\n%s\n```\n"):format(table.concat(host, "\n"), table.concat(console, "\n"))
 end
 
--- ---- Quotations: lines of an example, from the first that starts with one text to the next that does with another
-
-local function quotation(quote)
-  local lines, inside = {}, false
-  for line in io.lines(examples .. "/" .. quote.file) do
-    inside = inside or line:sub(1, #quote.from) == quote.from
-    if inside then lines[#lines + 1] = line end
-    if inside and line:sub(1, #quote.to) == quote.to then
-      return ("From [`examples/%s`](../../examples/%s):\n\n```lua\n%s\n```\n"):format(
-        quote.file, quote.file, table.concat(lines, "\n"))
-    end
-  end
-  stop(("%s has no lines from '%s' to '%s'"):format(quote.file, quote.from, quote.to))
+local function environmentOf(family)
+  local environment = setmetatable({}, { __index = _G })
+  for _, line in ipairs(family.setup) do answer(withWords(line[2], family), environment) end
+  return environment
 end
 
 -- ---- Pages ----
 
 local described = {}
-
-local function description(scope, name, page)
-  local found = members[scope][name]
-  if not found then stop(name .. " in " .. page .. " has no description") end
-  described[found] = true
-  return found
-end
+local index = {}  -- of all members: heading -> {{family, anchor}...}
 
 local width = 112
 
@@ -108,85 +87,168 @@ local function prose(value, family, label)
   if type(value) == "function" then value = value(family) end
   local paragraphs = {}
   for paragraph in ((label or "") .. value .. "\n\n"):gmatch("(.-)\n\n") do
-    paragraphs[#paragraphs + 1] = filled(paragraph:gsub("%$(%w+)", family.words))
+    paragraphs[#paragraphs + 1] = filled(withWords(paragraph, family))
   end
   return table.concat(paragraphs, "\n\n") .. "\n"
 end
 
-local function memberEntry(heading, scope, name, family)
-  local member = description(scope, name, family.file)
-  local out = { "### " .. heading .. "\n", prose(member.text, family) }
+local function explanation(member, family)
+  local out = { "### " .. member.name .. "\n", prose(member.text, family) }
   if member.cost then out[#out + 1] = prose(member.cost, family, "*Cost:* ") end
   if member.raises then out[#out + 1] = prose(member.raises, family, "*Raises:* ") end
   if member.example then
-    local environment = setmetatable({}, { __index = _G })
-    for _, line in ipairs(family.setup) do answer(line:gsub("%$(%w+)", family.words), environment) end
     local lines = type(member.example) == "function" and member.example(family) or member.example
-    out[#out + 1] = run(lines, environment, family)
+    out[#out + 1] = run(lines, environmentOf(family), family)
   end
   return table.concat(out, "\n")
+end
+
+local function isIterator(class) return class.name:find("Iterator") ~= nil end
+
+-- The declarations of a class by what tells them apart: {result, assignable}.
+local function membersOf(class)
+  local found = {}
+  for _, property in ipairs(class.properties) do found[property.name] = { result = property.type } end
+  for _, method in ipairs(class.methods) do
+    found[signature(method)] = { result = method.result, assignable = method.assignable }
+  end
+  return found
+end
+
+-- The classes of a page, each with its iterator's, which is registered next: {name, label, members, iterator, order}.
+local function classesOf(family)
+  local found, all = {}, Classes()
+  for i, class in ipairs(all) do
+    if class.name:find(family.classes) and not isIterator(class) then
+      local value, kind = class.name:match("^%u%l+To(%u%l+)(%u%l+)Map")
+      kind = kind or class.name:match("(%u%l+)Set")
+      found[#found + 1] = {
+        name = class.name, members = membersOf(class), iterator = all[i + 1].name,
+        iteratorMembers = membersOf(all[i + 1]), hash = kind == "Hash",
+        label = kind:lower() .. (value and ", to " .. value or ""),
+      }
+    end
+  end
+  table.sort(found, function(a, b)
+    if a.hash ~= b.hash then return b.hash end
+    return a.name < b.name
+  end)
+  return found
+end
+
+-- What a cell of the table shows for a member: the type of its result.
+local function cell(class, member)
+  local found = class[member.iterator and "iteratorMembers" or "members"][member.name]
+  if not found then return "" end
+  local result = found.result
+  if not result then return "✓" end
+  if result == class.iterator then return "iterator" end
+  if result == class.name then return "map" end
+  result = result:sub(1, 1):upper() .. result:sub(2)
+  return result .. (found.assignable and ", assignable" or "")
+end
+
+local function memberTable(family, classes)
+  local header, ruler = { "Member" }, { "---" }
+  for _, class in ipairs(classes) do
+    header[#header + 1], ruler[#ruler + 1] = class.label, "---"
+  end
+  local rows = { "| " .. table.concat(header, " | ") .. " |", "|" .. table.concat(ruler, "|") .. "|" }
+  for _, section in ipairs(sections) do
+    for _, member in ipairs(section.members) do
+      local cells, there = { link(member.name) .. (member.iterator and " of iterators" or "") }, false
+      for _, class in ipairs(classes) do
+        cells[#cells + 1] = cell(class, member)
+        there = there or cells[#cells] ~= ""
+      end
+      if there then rows[#rows + 1] = "| " .. table.concat(cells, " | ") .. " |" end
+    end
+  end
+  return table.concat(rows, "\n") .. "\n"
 end
 
 local function page(family, classes)
-  local out = { "# " .. family.title .. "\n", prose(family.intro, family), "## In use\n", quotation(family.quote),
-                "## Classes\n" }
-  local entries, seen, container = { container = {}, iterator = {} }, {}, nil
-  local function entry(heading, scope, name)
-    if seen[heading] then return end
-    seen[heading] = true
-    table.insert(entries[scope], memberEntry(heading, scope, name, family))
-  end
+  local out = { "# " .. family.title .. "\n", prose(family.intro, family), "## Classes\n" }
+  local declared = { [false] = {}, [true] = {} }  -- members by whether they are iterators'
   for _, class in ipairs(classes) do
-    local iterator = class.name:find("Iterator")
-    local scope = iterator and "iterator" or "container"
+    local order = class.hash and family.hash or family.ordered
     out[#out + 1] = "### " .. class.name .. "\n"
-    if iterator then
-      out[#out + 1] = ("What `first`, `last`, `find` and their like of %s answer.\n"):format(container)
-    else
-      container = class.name  -- its iterator's class is registered next
-      local order = class.name:find("Hash") and family.hash or family.ordered
-      out[#out + 1] = prose(order .. " `MaxSize` is " .. _G[class.name]().MaxSize .. ".", family)
-    end
-    for _, property in ipairs(class.properties) do
-      out[#out + 1] = ("- [`%s as %s`](#%s)"):format(property.name, property.type, anchor(property.name))
-      entry(property.name, scope, property.name)
-    end
-    for _, method in ipairs(class.methods) do
-      local name = signature(method)
-      out[#out + 1] = ("- [`%s`](#%s)%s"):format(
-        method.declaration, anchor(name), method.assignable and ", assignable" or "")
-      entry(name, scope, name)
-    end
-    out[#out + 1] = ""
+    out[#out + 1] = prose(("%s\n\nIts iterator is `%s`, its `MaxSize` %d."):format(
+      order, class.iterator, _G[class.name]().MaxSize), family)
+    for name in pairs(class.members) do declared[false][name] = true end
+    for name in pairs(class.iteratorMembers) do declared[true][name] = true end
   end
   out[#out + 1] = "## Members\n"
-  out[#out + 1] = "Examples are lines for the console's prompt; behind the arrow is what each answers. Each starts from\n"
-  out[#out + 1] = run(family.setup, setmetatable({}, { __index = _G }), family)
-  out[#out + 1] = table.concat(entries.container, "\n")
-  out[#out + 1] = "## Members of iterators\n"
-  out[#out + 1] = table.concat(entries.iterator, "\n")
+  out[#out + 1] = "What each class has, and what it answers; ✓ answers nothing. Explanations follow in this order.\n"
+  out[#out + 1] = memberTable(family, classes)
+  out[#out + 1] = prose([[
+Examples are in the host's language first, and then for the [console](../stand-in-host.md). What a line answers stands
+behind it. Each example starts from these lines:]], family)
+  out[#out + 1] = "<!-- shared -->\n" .. run(family.setup, setmetatable({}, { __index = _G }), family)
+    :gsub("\n```lua", "\n<!-- shared -->\n```lua")
+  for _, section in ipairs(sections) do
+    local entries = {}
+    for _, member in ipairs(section.members) do
+      local scope = member.iterator == true
+      if declared[scope][member.name] then
+        declared[scope][member.name], described[member] = nil, true
+        entries[#entries + 1] = explanation(member, family)
+        local heading = member.name .. (scope and " of iterators" or "")
+        index[heading] = index[heading] or {}
+        table.insert(index[heading], { family = family, anchor = anchor(member.name) })
+      end
+    end
+    if #entries > 0 then
+      out[#out + 1] = "## " .. section.title .. "\n"
+      if section.text then out[#out + 1] = prose(section.text, family) end
+      out[#out + 1] = table.concat(entries, "\n")
+    end
+  end
+  for _, left in pairs(declared) do
+    for name in pairs(left) do stop(name .. " in " .. family.file .. " has no description") end
+  end
   return table.concat(out, "\n")
 end
 
-for _, family in ipairs(families) do
-  local classes = {}
-  for _, class in ipairs(Classes()) do
-    if class.name:find(family.classes) then classes[#classes + 1] = class end
+local function indexPage()
+  local headings = {}
+  for heading in pairs(index) do headings[#headings + 1] = heading end
+  table.sort(headings, function(a, b)
+    if a:lower() ~= b:lower() then return a:lower() < b:lower() end
+    return a < b
+  end)
+  local out = { "# All members\n", "Every member of every class, with its explanations by page.\n", "| Member | In |", "|---|---|" }
+  for _, heading in ipairs(headings) do
+    local places = {}
+    for _, place in ipairs(index[heading]) do
+      places[#places + 1] = ("[%s](%s#%s)"):format(place.family.title, place.family.file, place.anchor)
+    end
+    out[#out + 1] = ("| `%s`%s | %s |"):format(heading:gsub(" of iterators$", ""),
+      heading:find(" of iterators$") and " of iterators" or "", table.concat(places, ", "))
   end
-  if #classes == 0 then stop("no class is one of the " .. family.title) end
-  local path = directory .. "/" .. family.file
-  local content = page(family, classes)
+  return table.concat(out, "\n") .. "\n"
+end
+
+local function write(name, content)
+  local path = directory .. "/" .. name
   local file, reason = io.open(path, "w")
   if not file or not file:write(content) or not file:close() then stop("cannot write " .. (reason or path)) end
 end
+
+for _, family in ipairs(families) do
+  local classes = classesOf(family)
+  if #classes == 0 then stop("no class is one of the " .. family.title) end
+  write(family.file, page(family, classes))
+end
+write("members.md", indexPage())
 
 for _, class in ipairs(Classes()) do
   local place = false
   for _, family in ipairs(families) do place = place or class.name:find(family.classes) end
   if not place then stop(class.name .. " has no page") end
 end
-for _, scope in pairs(members) do
-  for name, member in pairs(scope) do
-    if not described[member] then stop("no class has the member " .. name .. ", which is described") end
+for _, section in ipairs(sections) do
+  for _, member in ipairs(section.members) do
+    if not described[member] then stop("no class has the member " .. member.name .. ", which is described") end
   end
 end
