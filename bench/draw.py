@@ -113,7 +113,7 @@ def ratio_chart(results, folder, name, title, rows):
     axes.axvline(1, color=INK, linewidth=1)
     axes.set_xscale("log")
     low, high = axes.get_xlim()
-    ticks = [tick for tick in (0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50) if low <= tick <= high]
+    ticks = [tick for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200) if low <= tick <= high]
     axes.set_xticks(ticks, [f"{tick:g}" for tick in ticks])
     axes.xaxis.set_minor_locator(NullLocator())
     axes.set_yticks(range(len(rows)), [row[0] for row in rows])

@@ -54,7 +54,8 @@ struct HostWorkload {
 };
 
 const auto keyedPass = [](auto& subject, Figures& figures) {
-  auto& [map, load] = subject;
+  auto& map = subject.map;
+  auto& load = subject.load;
   const std::size_t size = load.size();
   load.shuffleFew();
   map.create();
@@ -68,7 +69,8 @@ const auto keyedPass = [](auto& subject, Figures& figures) {
 };
 
 const auto wholePass = [](auto& subject, Figures& figures) {
-  auto& [map, load] = subject;
+  auto& map = subject.map;
+  auto& load = subject.load;
   const std::size_t size = load.size();
   map.create();
   map.set(load.inserted);

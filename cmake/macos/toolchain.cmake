@@ -8,7 +8,10 @@ set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-apple-macos)
 # The C++ headers by their folder, since clang would take the ones that it has here.
 add_compile_options(-nostdinc++ -isystem ${CMAKE_OSX_SYSROOT}/usr/include/c++/v1)
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-stdlib=libc++ -fuse-ld=lld")
+# The lld of clang 14 leaves wrong addresses in the tables for unwinding (__eh_frame). The version is what clang takes the
+# linker's options from.
+find_program(VORNIK_MACOS_LINKER ld64.lld-16 REQUIRED)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "-stdlib=libc++ -fuse-ld=lld --ld-path=${VORNIK_MACOS_LINKER} -mlinker-version=650")
 set(CMAKE_STRIP llvm-strip)
 set(CMAKE_INSTALL_NAME_TOOL true)
 

@@ -17,13 +17,14 @@ extern "C" const char* REALPluginMain() {
 END
 
 # build NAME [FLAGS...]: a library of right.cpp and the C++ on the standard input, without local symbols.
+linker="-fuse-ld=lld --ld-path=$(command -v ld64.lld-16) -mlinker-version=650"
 target="-stdlib=libc++ --target=x86_64-apple-macos -mmacosx-version-min=10.13 -isysroot $sysroot"
 build() {
   library=$work/$1
   shift
   { cat "$work/right.cpp"; cat; } >"$work/source.cpp"
   clang++ $target -std=c++20 -nostdinc++ -isystem "$sysroot/usr/include/c++/v1" -O1 -fPIC -c "$work/source.cpp" -o "$work/object.o"
-  clang++ $target -fuse-ld=lld -dynamiclib -Wl,-exported_symbol,_REALPluginMain \
+  clang++ $target $linker -dynamiclib -Wl,-exported_symbol,_REALPluginMain \
     -install_name @rpath/Vornik.dylib -framework Foundation -framework CoreFoundation -lobjc -lc++ \
     "$work/object.o" "$@" -o "$library"
   [ "$library" = "$work/unstripped" ] || llvm-strip -x "$library"
@@ -53,7 +54,7 @@ script/check-macos README.md 2>/dev/null && result=false
 report $result "a text: passes"
 
 clang++ --target=arm64-apple-macos11 -stdlib=libc++ -O1 -c "$work/right.cpp" -o "$work/object.o"
-clang++ --target=arm64-apple-macos11 -fuse-ld=lld -dynamiclib -nostdlib -Wl,-undefined,dynamic_lookup "$work/object.o" \
+clang++ --target=arm64-apple-macos11 $linker -dynamiclib -nostdlib -Wl,-undefined,dynamic_lookup "$work/object.o" \
   -isysroot "$sysroot" -lSystem -o "$work/other-processor"
 expect_failure kind other-processor
 "$(dirname "$(readlink -f "$(command -v llvm-strip)")")/llvm-lipo" -create "$work/right" "$work/other-processor" -output "$work/universal"
