@@ -260,12 +260,22 @@ class HashTable {
 
   std::uint64_t bucketOf(const Element& element) const { return count_.bucketOf(hashOf(element)); }
 
+  /// Compares hashes first, so that keys are compared only where hashes are equal.
+  template <typename Probe>
+  static bool matches(const Element& element, std::uint64_t hash, const Probe& key) {
+    if constexpr (!Hashing::kKeyIsHash) {
+      if (element.hash != hash) return false;
+    }
+    return Hashing::equal(element.key, key);
+  }
+
   template <typename Probe>
   Place findIn(std::uint64_t bucket, std::uint64_t hash, const Probe& key) const {
-    for (Place place = buckets_[bucket]; place != 0; place = chain_.next(place)) {
-      const Element& element = chain_[place];
-      if (hashOf(element) == hash && Hashing::equal(element.key, key)) return place;
-      if (chain_.endsRun(place)) break;
+    Place place = buckets_[bucket];
+    if (place == 0 || matches(chain_[place], hash, key)) return place;
+    while (!chain_.endsRun(place)) {
+      place = next(place);
+      if (matches(chain_[place], hash, key)) return place;
     }
     return 0;
   }
