@@ -41,6 +41,13 @@ def short(number):
     return f"{number / 1e3:g} k" if number >= 1e3 else f"{number:g}"
 
 
+def duration(nanoseconds):
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= size:
+            return f"{nanoseconds / size:g} {unit}"
+    return f"{nanoseconds:g} ns"
+
+
 def save(figure, folder, name, title):
     """Text takes the reader's colour, and assistive technology finds a title."""
     path = folder / f"{name}.svg"
@@ -66,22 +73,24 @@ def lines_by_size(axes, results, suite, group, keys, operation, subjects, sizes,
             axes.plot(*zip(*points), marker="o", markersize=4, color=colour(subject), label=label,
                       linestyle="-" if subject == "registered" or "::" not in subject else "--")
     axes.set_xscale("log")
-    axes.set_yscale("log")
+    axes.xaxis.set_major_formatter(FuncFormatter(lambda value, _: short(value)))
+    if unit == "ns":
+        axes.set_yscale("log")
+        axes.yaxis.set_major_formatter(FuncFormatter(lambda value, _: duration(value)))
+    else:
+        axes.set_ylim(bottom=0)
     for axis in (axes.xaxis, axes.yaxis):
-        axis.set_major_formatter(FuncFormatter(lambda value, _: short(value)))
         axis.set_minor_formatter(NullFormatter())
         axis.set_minor_locator(NullLocator())
 
 
-def panels(results, folder, name, title, rows, ylabel, columns, height=2.4):
+def panels(results, folder, name, title, rows, columns, height=2.4):
     """Small charts over the number of entries; `rows` has (title, suite, group, keys, operation, subjects, sizes)."""
     figure, grid = plot.subplots(-(-len(rows) // columns), columns, squeeze=False, layout="constrained",
                                  figsize=(3.0 * columns, height * -(-len(rows) // columns)))
     for axes, (heading, *line) in zip(grid.flat, rows):
         lines_by_size(axes, results, *line)
         axes.set_title(heading)
-    for axes in grid[:, 0]:
-        axes.set_ylabel(ylabel)
     for axes in grid[-1, :]:
         axes.set_xlabel("entries")
     legend_above(figure, grid.flat[0])
@@ -94,8 +103,7 @@ def integer_charts(results, folder):
         operations = ("set", "get", "miss", "remove", "copy", "second walk")
         sizes = (10**3, 10**5, 10**6, 10**7)
         panels(results, folder, name, f"Nanoseconds an operation of {group}, random keys",
-               [(operation, "integer-bench", group, "random", operation, subjects, sizes) for operation in operations],
-               "ns", 3)
+               [(operation, "integer-bench", group, "random", operation, subjects, sizes) for operation in operations], 3)
 
 
 def ratio_chart(results, folder, name, title, rows):
@@ -148,7 +156,7 @@ def string_chart(results, folder):
                      for rival in RIVALS[group]]
         rows += [(f"{kind}, {keys}: {operation}", "text-bench", f"StringToString{kind}MapQZR", keys, operation, subjects,
                   (10**3, 10**5, 10**6)) for keys in ("customer N", "URLs") for operation in ("set", "get")]
-    panels(results, folder, "string-keys", "Nanoseconds an operation of maps with String keys", rows, "ns", 4)
+    panels(results, folder, "string-keys", "Nanoseconds an operation of maps with String keys", rows, 4)
 
 
 def bars(results, folder, name, title, suite, rows, series, unit, xlabel):
@@ -156,10 +164,11 @@ def bars(results, folder, name, title, suite, rows, series, unit, xlabel):
     figure, axes = plot.subplots(figsize=(8, 0.26 * len(rows) * len(series) + 1.0), layout="constrained")
     height = 0.8 / len(series)
     for number, (label, bar_colour, value_of) in enumerate(series):
-        values = [value_of(results, suite, row, unit) or 0 for row in rows]
+        measured = [value_of(results, suite, row, unit) for row in rows]
+        values = [value or 0 for value in measured]
         positions = [at + (number - (len(series) - 1) / 2) * height for at in range(len(rows))]
         drawn = axes.barh(positions, values, height * 0.9, color=bar_colour, label=label)
-        axes.bar_label(drawn, [f"{value:.3g}" if value else "" for value in values], padding=3, color=INK, fontsize=8)
+        axes.bar_label(drawn, ["" if value is None else f"{value:.1f}" for value in measured], padding=3, color=INK, fontsize=8)
     axes.set_yticks(range(len(rows)), [row[0] for row in rows])
     axes.invert_yaxis()
     axes.grid(axis="y", visible=False)
@@ -197,15 +206,15 @@ def growth_chart(results, folder):
     sizes = [10**power for power in range(3, 8)]
     rows = []
     for group, kind in ((ORDERED, "ordered"), (HASH, "hash")):
-        subjects = [("registered", group if kind == "" else "ours")]
+        subjects = [("registered", "ours")]
         subjects += [(rival, "the standard library's" if rival.startswith("std") else "Abseil's")
                      for rival in RIVALS[group]]
         for operation, unit in (("set", "ns"), ("longest set", "ns"), ("get", "ns"), ("allocated", "bytes")):
-            heading = {"set": "an insertion, ns", "longest set": "the longest insertion, ns", "get": "a lookup, ns",
+            heading = {"set": "an insertion", "longest set": "the longest insertion", "get": "a lookup",
                        "allocated": "bytes an entry"}[operation]
             rows.append((f"{kind}: {heading}", "memory-bench", f"{group}, growth", "random", operation, subjects, sizes,
                          unit))
-    panels(results, folder, "growth", "Growth to ten million entries, random Integer keys", rows, "", 4)
+    panels(results, folder, "growth", "Growth to ten million entries, random Integer keys", rows, 4)
 
 
 def number(value):
