@@ -23,7 +23,7 @@ std::uint64_t scrambled(std::uint64_t number) {
 }
 template <int kBytes>
 std::string behindPrefix(std::uint64_t number) {
-  return std::string(kBytes, 'a') + fmt::format("{:016x}", scrambled(number));
+  return fmt::format("{:a<{}}{:016x}", "", kBytes, scrambled(number));
 }
 
 constexpr Shape kShapes[] = {

@@ -303,11 +303,11 @@ class OrderedTree {
   /// What an entry without a slot held; its place is empty room from then on.
   static Removed takeOut(Place place) noexcept {
     const View routes = place.leaf->routes();
-    Value& value = place.leaf->values()[place.index];
+    Value* const value = place.leaf->values() + place.index;
     Removed removed{Order::release(routes.numbers[kNumbered ? place.index : 0],
                                    routes.details[kDetailed ? place.index : 0]),
-                    std::move(value)};
-    value.~Value();
+                    std::move(*value)};
+    value->~Value();
     return removed;
   }
 

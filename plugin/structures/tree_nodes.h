@@ -17,7 +17,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -57,7 +56,11 @@ void relocate(T* from, std::size_t count, T* to) noexcept {
   if constexpr (std::is_empty_v<T>) {
     return;
   } else if constexpr (std::is_trivially_copyable_v<T>) {
-    if (count != 0) std::memmove(to, from, count * sizeof(T));
+    if (to < from) {
+      std::copy_n(from, count, to);
+    } else {
+      std::copy_backward(from, from + count, to + count);
+    }
   } else if (to < from) {
     for (std::size_t i = 0; i < count; ++i) {
       ::new (static_cast<void*>(to + i)) T(std::move(from[i]));
