@@ -468,7 +468,8 @@ the entries and never shrinks, not even when the $container is cleared.]],
   {
     name = "MaxSize",
     text = [[The number of entries that a 64-bit address space could hold: a constant of the class, given with each
-class above. It says nothing about the memory there is.]],
+class above. It says nothing about the memory there is, nor about the limit of the hash classes: one holds at most
+2,147,483,646 entries, and adding one more raises OutOfMemoryException and leaves it as it was.]],
     cost = "constant.",
   },
 }
