@@ -90,7 +90,8 @@ Assigning drops the snapshot that index access reads (see [Keys](#keys)).]],
     name = "insert(key)",
     text = function(family)
       return "Adds a key, unless it is there already" .. (family.text and "; then the set keeps the one it has" or "")
-        .. "." .. snapshot .. " Also when nothing was added."
+        .. ". Whether it was there, [lookup](#lookupkey) tells beforehand." .. snapshot
+        .. " Also when nothing was added."
     end,
     cost = keyCost,
     example = {
@@ -108,7 +109,7 @@ Assigning drops the snapshot that index access reads (see [Keys](#keys)).]],
     },
   },
   {
-    name = "lookup(key)", text = "Whether the key is in the set.", cost = keyCost,
+    name = "lookup(key)", text = "Whether the key is in the set: what `hasKey` is for maps.", cost = keyCost,
     example = {
       { "Var found As Boolean = $m.lookup($a)", "$m:lookup($a)" },
       { "Var absent As Boolean = $m.lookup($absent)", "$m:lookup($absent)" },
