@@ -59,9 +59,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       play(data, size, [](auto& host) { host.enter(*theLibrary().entry()); });
   if (vornik::behaviour::libraryAllocations() > kMostKept) fault("the library keeps memory");
 #ifdef VORNIK_REPLAY
-  // After all the inputs before it, this one still sees what it sees in a library that was never used.
+  // After all the inputs before it, this one still sees what it sees in a library that was never used. Copies
+  // of the library stay mapped, so not for ever.
+  static int comparisons = 0;
+  if (!outcome.repeats || ++comparisons > 100) return 0;
   const Outcome first = play(data, size, [](auto& host) { host.load(VORNIK_PLUGIN_PATH); });
-  if (outcome.repeats && outcome.digest != first.digest) fault("the library was not as good as new");
+  if (outcome.digest != first.digest) fault("the library was not as good as new");
 #endif
   return 0;
 }
