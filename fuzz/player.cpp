@@ -1,6 +1,8 @@
 #include "fuzz/player.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 #include "tests/behaviour/failures_memory.h"
 
@@ -71,6 +73,7 @@ void Player::run() {
 }
 
 void Player::note(const std::string& seen) {
+  if (traces_) std::fprintf(stderr, "%*s-> %s\n", 2 * depth_, "", seen.c_str());
   for (const char c : seen) digest_ = (digest_ ^ static_cast<std::uint8_t>(c)) * 0x100000001B3;
 }
 
@@ -85,6 +88,10 @@ void Player::attempt(const std::string& name, const Value& subject, Operation op
   const std::uint64_t stepsBefore = steps_;
   const auto misfortune = std::exchange(misfortune_, {});
   bool raised = false;
+  if (traces_) {
+    std::fprintf(stderr, "%*s%s%s of %s\n", 2 * depth_, "", misfortune.begin ? "under misfortune: " : "",
+                 name.c_str(), subject.isNil() ? "nothing" : host_.className(subject).c_str());
+  }
   if (misfortune.begin) misfortune.begin();
   try {
     operation();

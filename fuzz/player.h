@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <functional>
 #include <string>
 #include <unordered_map>
@@ -84,6 +85,7 @@ class Player {
   bool objects_;           ///< also as keys, whose order is that of their addresses
   bool failed_ = false;  ///< a service or an allocation, since the beginning: texts may not be what they were
   bool ending_ = false;
+  const bool traces_ = std::getenv("VORNIK_FUZZ_TRACE") != nullptr;  ///< every operation, on standard error
   int depth_ = 0;
   std::uint64_t steps_ = 0;
   std::uint64_t digest_ = 0xCBF29CE484222325;
