@@ -106,12 +106,18 @@ const HostOptions& Host::options() const {
 
 void Host::load(const std::filesystem::path& library) {
   const auto entry = loadPrivateCopy(library);
+  try {
+    enter(*entry);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(fmt::format("{}: {}", library.string(), error.what()));
+  }
+}
+
+void Host::enter(decltype(REALPluginMain)& entry) {
   PluginCall call;
   entry(&Host::resolve);
   call.finish();
-  if (!implementation_->complaints.empty()) {
-    throw std::runtime_error(fmt::format("{}: {}", library.string(), implementation_->complaints.front()));
-  }
+  if (!implementation_->complaints.empty()) throw std::runtime_error(implementation_->complaints.front());
 }
 
 void* Host::resolve(const char* name) {

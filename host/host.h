@@ -107,6 +107,8 @@ class Host {
   /// Loads a fresh copy of the library and calls its entry point. std::runtime_error when it cannot be
   /// loaded.
   void load(const std::filesystem::path& library);
+  /// The same for a library that is there already, in its initial state: calls its entry point.
+  void enter(decltype(REALPluginMain)& entry);
   /// The resolver that load() hands to the library.
   static void* resolve(const char* name);
 

@@ -77,6 +77,15 @@ class Value {
   Value(const char* utf8) : Value(std::string_view(utf8)) {}
   Value(const std::string& utf8) : Value(std::string_view(utf8)) {}
 
+  Value(const Value&) = default;
+  Value(Value&&) = default;
+  /// The old value goes when the new one is in place: its destructor may assign to this very variable.
+  Value& operator=(Value other) noexcept {
+    std::swap(held_, other.held_);
+    return *this;
+  }
+  ~Value() = default;
+
   bool isNil() const;  ///< nothing, or an empty reference
   /// The held value; ScriptError when another kind is held (integer() also accepts nothing else than
   /// integers).

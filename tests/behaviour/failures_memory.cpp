@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <new>
+#include <unordered_set>
+#include <utility>
 
 #include "host/host.h"
 
@@ -14,8 +16,38 @@ struct {
   int failures = 0;
 } shortage;
 
+struct Account {
+  bool beingWritten = false;  // what that allocates is not the library's
+  std::unordered_set<void*> held;
+};
+Account& account() {
+  static Account* const account = new Account;  // outlives every static object that still frees memory
+  return *account;
+}
+bool accountIsOpen = false;
+
+template <typename Entry>
+void* entered(void* memory, Entry enter) noexcept {
+  if (!accountIsOpen || memory == nullptr || account().beingWritten) return memory;
+  account().beingWritten = true;
+  enter(account().held);
+  account().beingWritten = false;
+  return memory;
+}
+
+void* take(std::size_t size, std::size_t alignment) noexcept {
+  if (size == 0) size = 1;
+  if (alignment == 0) return std::malloc(size);
+  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+}
+
+void give(void* memory) noexcept {
+  std::free(entered(memory, [&](auto& held) { held.erase(memory); }));
+}
+
 void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
-  if (shortage.untilFailure != 0 && host::Host::insidePlugin()) {
+  const bool isLibrarys = host::Host::insidePlugin() && !account().beingWritten;
+  if (shortage.untilFailure != 0 && isLibrarys) {
     if (shortage.untilFailure == 1) {
       if (!shortage.lasts) shortage.untilFailure = 0;
       ++shortage.failures;
@@ -23,9 +55,9 @@ void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
     }
     --shortage.untilFailure;
   }
-  if (size == 0) size = 1;
-  if (alignment == 0) return std::malloc(size);
-  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  void* const memory = take(size, alignment);
+  if (!isLibrarys) return memory;
+  return entered(memory, [&](auto& held) { held.insert(memory); });
 }
 
 void* allocateOrThrow(std::size_t size, std::size_t alignment = 0) {
@@ -44,10 +76,21 @@ int unlimitMemory() {
   return shortage.failures;
 }
 
+void countLibraryMemory() {
+  accountIsOpen = true;
+}
+std::size_t libraryAllocations() {
+  return account().held.size();
+}
+void freeLibraryMemory() {
+  for (void* const memory : std::exchange(account().held, {})) std::free(memory);
+}
+
 }  // namespace vornik::behaviour
 
 using vornik::behaviour::allocate;
 using vornik::behaviour::allocateOrThrow;
+using vornik::behaviour::give;
 
 // The library's allocation functions are these too: it takes them from the executable, which exports them.
 // clang-format off
@@ -57,11 +100,11 @@ using vornik::behaviour::allocateOrThrow;
     return allocateOrThrow(size, static_cast<std::size_t>(alignment));                                     \
   }                                                                                                        \
   void* operator new form(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }     \
-  void operator delete form(void* memory) noexcept { std::free(memory); }                                  \
-  void operator delete form(void* memory, std::size_t) noexcept { std::free(memory); }                     \
-  void operator delete form(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }           \
-  void operator delete form(void* memory, std::align_val_t) noexcept { std::free(memory); }                \
-  void operator delete form(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+  void operator delete form(void* memory) noexcept { give(memory); }                                  \
+  void operator delete form(void* memory, std::size_t) noexcept { give(memory); }                     \
+  void operator delete form(void* memory, const std::nothrow_t&) noexcept { give(memory); }           \
+  void operator delete form(void* memory, std::align_val_t) noexcept { give(memory); }                \
+  void operator delete form(void* memory, std::size_t, std::align_val_t) noexcept { give(memory); }
 // clang-format on
 VORNIK_ALLOCATION_FUNCTIONS()
 VORNIK_ALLOCATION_FUNCTIONS([])

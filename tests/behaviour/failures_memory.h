@@ -2,6 +2,8 @@
 #ifndef VORNIK_TESTS_BEHAVIOUR_FAILURES_MEMORY_H
 #define VORNIK_TESTS_BEHAVIOUR_FAILURES_MEMORY_H
 
+#include <cstddef>
+
 namespace vornik::behaviour {
 
 enum class Shortage { kOneAllocation, kFromThenOn };
@@ -11,6 +13,13 @@ enum class Shortage { kOneAllocation, kFromThenOn };
 void limitMemory(int nth, Shortage shortage);
 /// Ends that; how many allocations failed.
 int unlimitMemory();
+
+/// From now on what the library allocates and has not given back yet is kept account of.
+void countLibraryMemory();
+/// How many allocations of the library's are not given back, since the last call of the next one.
+std::size_t libraryAllocations();
+/// Frees them all, for a library that has forgotten about them.
+void freeLibraryMemory();
 
 }  // namespace vornik::behaviour
 

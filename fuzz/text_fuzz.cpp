@@ -1,0 +1,115 @@
+// Text views and the decoder on raw bytes in every encoding, against a library's decoder; and the heads of
+// texts against the texts.
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+
+#include <memory>
+#include <string>
+
+#include "fuzz/input.h"
+#include "fuzz/walk.h"
+#include "plugin/frame/globals.h"
+#include "plugin/values/string_keys.h"
+#include "plugin/values/text.h"
+#include "plugin/values/text_heads.h"
+
+namespace vornik::fuzz {
+namespace {
+
+using host::Value;
+
+struct Decoded {
+  std::u16string units;
+  std::int64_t consumed = 0;
+};
+
+Decoded decodedByTheLibrary(const std::string& bytes) {
+  Decoded decoded;
+  const auto length = static_cast<std::int32_t>(bytes.size());
+  for (std::int32_t i = 0; i < length; decoded.consumed = i) {
+    UChar32 point = 0;
+    U8_NEXT(bytes.data(), i, length, point);
+    if (point < 0) break;
+    if (point == 0xFEFF || point == 0xFFFE) continue;
+    UChar units[2];
+    std::int32_t count = 0;
+    U16_APPEND_UNSAFE(units, count, point);
+    decoded.units.append(units, static_cast<std::size_t>(count));
+  }
+  return decoded;
+}
+
+void checkDecoder(const std::string& bytes) {
+  // Rooms of the very size, for the sanitizer to see every byte beyond.
+  const auto exact = std::make_unique<char[]>(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), exact.get());
+  const auto units = std::make_unique<std::uint16_t[]>(bytes.size());
+  const DecodedUTF8 ours = decodeUTF8(exact.get(), static_cast<std::int64_t>(bytes.size()), units.get());
+  const Decoded theirs = decodedByTheLibrary(bytes);
+  if (ours.consumed != theirs.consumed) fault("the decoder stops elsewhere");
+  if (std::u16string(units.get(), units.get() + ours.units) != theirs.units) fault("other units");
+}
+
+std::string checkView(const Value& string, const std::string& bytes, bool utf16First) {
+  rbText text(string.string().get());
+  if (utf16First && text.utf16.length < 0) text.ConvertUTF16();
+  if (text.utf8.length < 0) text.ConvertUTF8();
+  if (text.utf16.length < 0) text.ConvertUTF16();
+  if (text.utf8.data[text.utf8.length] != 0 || text.utf16.data[text.utf16.length] != 0)
+    fault("a form without its end");
+  const std::string utf8(text.utf8.data, static_cast<std::size_t>(text.utf8.length));
+  const bool isASCII = std::all_of(bytes.begin(), bytes.end(), [](char c) { return c > 0; });
+  const std::u16string utf16(text.utf16.data, text.utf16.data + text.utf16.length);
+  if (text.classification() == rbText::PureASCII && isASCII &&
+      utf16 != std::u16string(bytes.begin(), bytes.end()))
+    fault("ASCII text that is not its bytes");
+  return utf8;
+}
+
+void checkHeads(const std::string& a, const std::string& b, std::size_t shared) {
+  TextPrefix prefix{std::string_view(a)};
+  prefix.shorten(std::min(prefix.text().size(), commonLength(a, b)));
+  const std::size_t length = std::min<std::size_t>(shared, prefix.length);
+  const TextHead headA = headOf(a, prefix.length), headB = headOf(b, prefix.length);
+  if (headA != headB && (headA < headB) != (a < b)) fault("heads in another order than their texts");
+  if (headA == headB && reachesEnd(headA) && a != b) fault("heads that take other texts for the same");
+  if (headBehindShorter(headA, prefix, length) != headOf(a, length)) fault("a head behind a shorter prefix");
+}
+
+void checkOrder(const Value& a, const Value& b, const std::string& textA, const std::string& textB) {
+  const StringOperand left(a.string().get()), right(b.string().get());
+  const auto sign = [](auto number) { return (number > 0) - (number < 0); };
+  if (sign(CompareS(left, right)) != sign(textA.compare(textB)))
+    fault("texts in another order than their bytes");
+}
+
+}  // namespace
+}  // namespace vornik::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace vornik;
+  using namespace vornik::fuzz;
+  static constexpr std::uint32_t kEncodings[] = {
+      kEncodingUTF8,    kEncodingASCII,   kEncodingUTF16, kEncodingMacRoman,      kEncodingISOLatin1,
+      kEncodingUTF16BE, kEncodingUTF16LE, kEncodingUTF32, kEncodingWindowsLatin1, kEncodingUTF32BE,
+      kEncodingUTF32LE, kEncodingUnknown, 0x1234};
+  static host::Host host;
+  gResolver = &host::Host::resolve;
+  rbversion_rbversion = 2024.01;
+  Input input(data, size);
+  const std::uint32_t encoding = input.among(kEncodings), other = input.among(kEncodings);
+  const bool utf16First = input.oneIn(2);
+  const std::size_t shared = input.byte();
+  const std::string common(input.below(8) == 7 ? 120 : input.below(4) * 8, 'p');
+  const std::string first = common + input.bytes(input.below(64)), second = common + input.bytes(4096);
+  checkDecoder(second);
+  const Value a = host.string(first, encoding), b = host.string(second, other);
+  const auto before = host.ledger();
+  const auto upToZero = [](const std::string& text) { return text.substr(0, text.find('\0')); };
+  const std::string textA = upToZero(checkView(a, first, utf16First));
+  const std::string textB = upToZero(checkView(b, second, !utf16First));
+  checkHeads(textA, textB, shared);
+  checkOrder(a, b, textA, textB);
+  if (host.ledger() != before) fault("references taken and not given back");
+  return 0;
+}
