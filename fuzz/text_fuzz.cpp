@@ -23,6 +23,8 @@ struct Decoded {
   std::int64_t consumed = 0;
 };
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"  // in the library's macros
 Decoded decodedByTheLibrary(const std::string& bytes) {
   Decoded decoded;
   const auto length = static_cast<std::int32_t>(bytes.size());
@@ -38,6 +40,8 @@ Decoded decodedByTheLibrary(const std::string& bytes) {
   }
   return decoded;
 }
+
+#pragma GCC diagnostic pop
 
 void checkDecoder(const std::string& bytes) {
   // Rooms of the very size, for the sanitizer to see every byte beyond.

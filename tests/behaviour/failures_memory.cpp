@@ -1,5 +1,6 @@
 #include "tests/behaviour/failures_memory.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 #include <unordered_set>
@@ -16,22 +17,23 @@ struct {
   int failures = 0;
 } shortage;
 
-struct Account {
-  bool beingWritten = false;  // what that allocates is not the library's
-  std::unordered_set<void*> held;
-};
-Account& account() {
-  static Account* const account = new Account;  // outlives every static object that still frees memory
-  return *account;
-}
+// What the library holds, once somebody wants to know. What the list itself allocates is not the library's.
 bool accountIsOpen = false;
+bool accountIsBeingWritten = false;
+using Held = std::unordered_set<void*>;
+/// Never destroyed, since static objects still free memory at the very end.
+Held& held() {
+  alignas(Held) static std::byte room[sizeof(Held)];
+  static Held* const held = new (room) Held;
+  return *held;
+}
 
 template <typename Entry>
 void* entered(void* memory, Entry enter) noexcept {
-  if (!accountIsOpen || memory == nullptr || account().beingWritten) return memory;
-  account().beingWritten = true;
-  enter(account().held);
-  account().beingWritten = false;
+  if (!accountIsOpen || memory == nullptr || accountIsBeingWritten) return memory;
+  accountIsBeingWritten = true;
+  enter(held());
+  accountIsBeingWritten = false;
   return memory;
 }
 
@@ -42,11 +44,11 @@ void* take(std::size_t size, std::size_t alignment) noexcept {
 }
 
 void give(void* memory) noexcept {
-  std::free(entered(memory, [&](auto& held) { held.erase(memory); }));
+  std::free(entered(memory, [&](Held& all) { all.erase(memory); }));
 }
 
 void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
-  const bool isLibrarys = host::Host::insidePlugin() && !account().beingWritten;
+  const bool isLibrarys = host::Host::insidePlugin() && !accountIsBeingWritten;
   if (shortage.untilFailure != 0 && isLibrarys) {
     if (shortage.untilFailure == 1) {
       if (!shortage.lasts) shortage.untilFailure = 0;
@@ -57,7 +59,7 @@ void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
   }
   void* const memory = take(size, alignment);
   if (!isLibrarys) return memory;
-  return entered(memory, [&](auto& held) { held.insert(memory); });
+  return entered(memory, [&](Held& all) { all.insert(memory); });
 }
 
 void* allocateOrThrow(std::size_t size, std::size_t alignment = 0) {
@@ -80,10 +82,10 @@ void countLibraryMemory() {
   accountIsOpen = true;
 }
 std::size_t libraryAllocations() {
-  return account().held.size();
+  return held().size();
 }
 void freeLibraryMemory() {
-  for (void* const memory : std::exchange(account().held, {})) std::free(memory);
+  for (void* const memory : std::exchange(held(), {})) std::free(memory);
 }
 
 }  // namespace vornik::behaviour
