@@ -13,7 +13,7 @@ namespace {
 
 /// What the library may keep for later when nothing is left of all containers: the list of blocks and one
 /// spare block of each of its tables of positions.
-constexpr std::size_t kMostKept = 2 * 22;
+constexpr std::size_t kMostKept = 44;
 
 std::uint64_t allSteps = 0;
 

@@ -4,6 +4,7 @@
 #include <elf.h>
 #include <link.h>
 
+#include <bit>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -56,7 +57,7 @@ FreshLibrary::FreshLibrary(const std::filesystem::path& file) {
   for (std::size_t i = 0; i < header.e_shnum; ++i) {
     const std::string_view name = contents.data() + section(header.e_shstrndx).sh_offset + section(i).sh_name;
     if (name != ".data" && name != ".bss") continue;
-    auto* const begin = reinterpret_cast<std::uint64_t*>(mapped->l_addr + section(i).sh_addr);
+    auto* const begin = std::bit_cast<std::uint64_t*>(mapped->l_addr + section(i).sh_addr);
     sections_.push_back({{begin, section(i).sh_size / sizeof *begin}, {}});
     sections_.back().original.resize(sections_.back().words.size());
     copyFrom(sections_.back().words, sections_.back().original.data());

@@ -420,8 +420,8 @@ Player::Value Player::variant(Level holder) {
 }
 
 Player::Value Player::scriptObject() {
-  const Value object = input_.oneIn(3) ? host_.scriptObject("Silent")
-                                       : host_.scriptObject("Mischievous", [this] { nestedStep(); });
+  Value object = input_.oneIn(3) ? host_.scriptObject("Silent")
+                                 : host_.scriptObject("Mischievous", [this] { nestedStep(); });
   setLevel(object, kDeepest);
   return object;
 }
@@ -436,7 +436,7 @@ Player::Value Player::array(TypeKind kind) {
                        : kind == TypeKind::kString ? text()
                                                    : variant(kDeepest));
   }
-  const Value array = host_.array(type, elements);
+  Value array = host_.array(type, elements);
   setLevel(array, kDeepest);
   return array;
 }

@@ -61,7 +61,7 @@ std::string checkView(const Value& string, const std::string& bytes, bool utf16F
   if (text.utf16.length < 0) text.ConvertUTF16();
   if (text.utf8.data[text.utf8.length] != 0 || text.utf16.data[text.utf16.length] != 0)
     fault("a form without its end");
-  const std::string utf8(text.utf8.data, static_cast<std::size_t>(text.utf8.length));
+  std::string utf8(text.utf8.data, static_cast<std::size_t>(text.utf8.length));
   const bool isASCII = std::all_of(bytes.begin(), bytes.end(), [](char c) { return c > 0; });
   const std::u16string utf16(text.utf16.data, text.utf16.data + text.utf16.length);
   if (text.classification() == rbText::PureASCII && isASCII &&

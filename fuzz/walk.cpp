@@ -1,6 +1,7 @@
 #include "fuzz/walk.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <cstdlib>
 
@@ -106,7 +107,7 @@ std::optional<Contents> Walker::walk(const Value& container, bool findable) cons
     const auto found =
         facts_.key == Kind::kInteger
             ? invoke<std::int64_t>(countKey_, self, static_cast<std::int64_t>(entry.first))
-            : invoke<std::int64_t>(countKey_, self, reinterpret_cast<REALstringStruct*>(entry.first));
+            : invoke<std::int64_t>(countKey_, self, std::bit_cast<REALstringStruct*>(entry.first));
     if (found != 1) fault("a key that a walk meets is not found");
   }
   return contents;

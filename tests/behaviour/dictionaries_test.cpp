@@ -6,7 +6,7 @@ namespace {
 
 struct Dictionaries : ContainerTest {
   Value dictionary(const std::vector<std::pair<Value, Value>>& entries) {
-    const Value dictionary = host().dictionary();
+    Value dictionary = host().dictionary();
     for (const auto& [k, v] : entries) host().setEntry(dictionary, k, v);
     return dictionary;
   }

@@ -42,7 +42,7 @@ class Failures : public ContainerTest {
 
   std::vector<Operation> operations() {
     std::vector<Operation> all;
-    const auto addEach = [&](const std::string& ofClass, std::vector<const char*> methods, auto run) {
+    const auto addEach = [&](const std::string& ofClass, const std::vector<const char*>& methods, auto run) {
       const Value object = host().instantiate(ofClass);
       for (const char* method : methods) {
         if (!host().hasMember(object, method)) continue;

@@ -8,7 +8,7 @@ namespace {
 struct Nesting : ContainerTest {
   /// A container that holds `inner` and nothing else.
   Value around(const Value& inner) {
-    const Value outer = make();
+    Value outer = make();
     add(outer, facts().isMap() ? key(1) : inner, inner);
     return outer;
   }
@@ -20,7 +20,7 @@ struct Nesting : ContainerTest {
   }
   /// A tree of containers that hold `width` others each.
   Value tree(int depth, int width) {
-    const Value root = make();
+    Value root = make();
     for (int i = 0; depth > 0 && i < width; ++i) {
       const Value branch = tree(depth - 1, width);
       add(root, facts().isMap() ? key(i) : branch, branch);
@@ -100,9 +100,9 @@ TEST_P(Nesting, ContentsGoDepthFirstAndBeforeTheReleaseReturns) {
     ASSERT_EQ(gone.size(), static_cast<std::size_t>(depth));
     EXPECT_EQ(answer(last, "MoveNext"), kStale);
     if (!facts().isMap()) continue;
-    std::vector<int> expected;
-    for (int i = 0; i < depth; ++i) expected.push_back(innerFirst ? i : depth - 1 - i);
-    EXPECT_EQ(gone, expected) << depth;
+    EXPECT_TRUE(innerFirst ? std::is_sorted(gone.begin(), gone.end())
+                           : std::is_sorted(gone.rbegin(), gone.rend()))
+        << depth;
   }
 }
 
