@@ -113,7 +113,7 @@ REALclassDefinition define(const char* name, REALmethodDefinition (&table)[count
   REALclassDefinition definition{};
   definition.version = kCurrentREALControlVersion;
   definition.name = name;
-  definition.dataSize = sizeof(Object);
+  definition.dataSize = 8;  // one reference
   definition.methods = table;
   definition.methodCount = count;
   return definition;
