@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <map>
+#include <numeric>
 #include <random>
 
 #include "tests/behaviour/container_test.h"
@@ -250,6 +251,38 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
       }
     }
   }
+}
+
+/// What nodes keep of their keys decides, also where keys begin alike in places: the host is asked about the
+/// key that is looked for, and seldom about another one.
+TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
+  if (!caseSensitive()) return;
+  const auto textKey = [&](int i) {
+    const std::string text = i < 0 ? "a" : std::string(30, 'p') + std::to_string(1000 + i);
+    const Value string = host().string(text);
+    return facts().key == kText ? string : host().variant(Type::kString, string);
+  };
+  const auto callsOf = [&](const Value& container, const Value& key) {
+    host().resetCalls();
+    EXPECT_EQ(answer(container, "CountKey", {key}), "1");
+    std::uint64_t sum = 0;
+    for (const auto& [service, calls] : host().calls()) sum += calls;
+    return sum;
+  };
+  std::vector<int> numbers(2800);
+  std::iota(numbers.begin(), numbers.end(), 0);
+  std::shuffle(numbers.begin(), numbers.end(), random_);
+  const Value container = make(), one = make();
+  add(container, textKey(-1), value(1));
+  for (const int i : numbers) {
+    add(container, textKey(i), value(1));
+    if (count(container) == 20) call(container, "Remove", {textKey(-1)});
+  }
+  const Value lone = textKey(0);
+  add(one, lone, value(1));
+  EXPECT_EQ(callsOf(one, lone), 0u) << "the same handle is the same key";
+  const std::uint64_t ofTheProbe = callsOf(one, textKey(0));
+  for (const int i : numbers) ASSERT_EQ(callsOf(container, textKey(i)), ofTheProbe);
 }
 
 VORNIK_FOR_CLASSES(KeyOrder, [](const ClassFacts& f) { return f.ordered && f.hasCaseChoice(); });

@@ -15,7 +15,7 @@ import accepted
 import project
 import samples
 import tests as suites
-from project import BUILD, JOBS, ROOT, WORK, say
+from project import BUILD, JOBS, ROOT, SOURCE, WORK, say
 
 
 def build():
@@ -138,8 +138,8 @@ def main():
     if chosen_options.samples:
         return samples.run(runner, chosen_options.filter)
 
-    project.copy_sources()
-    project.configure()
+    project.copy_sources(SOURCE, {"plugin"})
+    project.configure(SOURCE, BUILD, f"-O1 -w -Wno-narrowing -ferror-limit=0 -include {SOURCE}/tests/mutation/mutant.h")
     mutants = project.Mutants(project.find_points())
     without = project.leave_out_what_does_not_compile(mutants)
     build()

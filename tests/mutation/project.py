@@ -27,25 +27,24 @@ def say(message):
     print(f"script/mutants: {message}", file=sys.stderr, flush=True)
 
 
-def copy_sources():
-    """What git knows and what it would. Files that are the same keep their times; those of plugin/ are written anew
-    where they are not there, and otherwise when their mutants are."""
+def copy_sources(destination, kept):
+    """What git knows and what it would. Files that are the same keep their times; so do those in the folders `kept`
+    that are there, since their mutants are written later."""
     listed = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "-z"], cwd=ROOT, check=True,
                             capture_output=True, text=True).stdout.split("\0")
     files = {pathlib.Path(file) for file in listed if file and (ROOT / file).is_file()}
-    for path in SOURCE.rglob("*"):
-        if path.is_file() and path.relative_to(SOURCE) not in files:
+    for path in destination.rglob("*"):
+        if path.is_file() and path.relative_to(destination) not in files:
             path.unlink()
     for file in files:
-        copy = SOURCE / file
-        if not copy.exists() or file.parts[0] != "plugin" and not filecmp.cmp(ROOT / file, copy, shallow=False):
+        copy = destination / file
+        if not copy.exists() or file.parts[0] not in kept and not filecmp.cmp(ROOT / file, copy, shallow=False):
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(ROOT / file, copy)
 
 
-def configure():
-    flags = f"-O1 -w -Wno-narrowing -ferror-limit=0 -include {SOURCE}/tests/mutation/mutant.h"
-    run_or_fail(["cmake", "-S", str(SOURCE), "-B", str(BUILD), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Mutants",
+def configure(source, build, flags):
+    run_or_fail(["cmake", "-S", str(source), "-B", str(build), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Mutants",
                  "-DCMAKE_C_COMPILER=clang", "-DCMAKE_CXX_COMPILER=clang++", f"-DCMAKE_CXX_FLAGS={flags}"])
 
 

@@ -13,7 +13,7 @@ import time
 SHORT = {"VORNIK_OPERATIONS": "20000", "VORNIK_STEPS": "20000"}
 MEMORY = 3 << 30  # bytes of address space
 STARTED = re.compile(r"^\[ RUN      \] (.*)$", re.M)
-FAILED = re.compile(r"^\[  FAILED  \] ([^\s,]+)", re.M)
+FAILED = re.compile(r"^\[  FAILED  \] ([^\s,]*\.[^\s,]+)", re.M)
 
 
 @dataclasses.dataclass
@@ -50,6 +50,18 @@ def discover(build):
             else:
                 suite = name
     return tests
+
+
+def parts(tests):
+    """Some seconds each, so that a mutant that loops is soon told."""
+    part, seconds = [], 0.0
+    for test in sorted(tests, key=lambda test: test.seconds):
+        if part and seconds + test.seconds > 2:
+            yield part
+            part, seconds = [], 0.0
+        part.append(test)
+        seconds += test.seconds
+    yield part
 
 
 class Runner:
@@ -95,12 +107,11 @@ class Runner:
         for test in best:
             yield [test]
         rest = [test for test in tests if test.key not in tried]
-        for slow in (False, True):
-            programs = collections.defaultdict(list)
-            for test in rest:
-                if (test.seconds > 0.5) == slow:
-                    programs[test.program].append(test)
-            yield from sorted(programs.values(), key=lambda some: sum(test.seconds for test in some))
+        programs = collections.defaultdict(list)
+        for test in rest:
+            programs[test.program].append(test)
+        some = [part for tests_of_one in programs.values() for part in parts(tests_of_one)]
+        yield from sorted(some, key=lambda part: sum(test.seconds for test in part))
 
     def catch(self, number, file, tests, environment=None):
         """What caught the mutant, or None when it survives all the tests."""
@@ -108,13 +119,12 @@ class Runner:
             environment = SHORT
         for batch in self.batches(tests, file):
             names = [test.name for test in batch if test.name]
-            seconds = 2 + 10 * sum(test.seconds for test in batch)
+            seconds = 2 + 4 * sum(test.seconds for test in batch)
             wrong, output = self.start(batch[0].program, names, batch[0].folder,
                                        {**environment, "VORNIK_MUTANT": str(number)}, seconds)
             if wrong:
-                found = FAILED.search(output) or (STARTED.findall(output) or None)
-                name = found[1] if isinstance(found, re.Match) else found[-1] if found else ""
-                key = next((test.key for test in batch if test.name == name), batch[0].key)
-                self.kills[file][key] += 1
-                return f"{wrong}: {os.path.basename(key) if name else key}"
+                last = FAILED.findall(output) or STARTED.findall(output) or [""]
+                caught = next((test for test in batch if test.name == last[0 if wrong == "exit 1" else -1]), batch[0])
+                self.kills[file][caught.key] += 1
+                return f"{wrong}: {caught.name or caught.program}"
         return None
