@@ -118,6 +118,14 @@ TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
     EXPECT_TRUE(call(container, "Values").isNil());
     EXPECT_EQ(byIndex(container, "ValueAtIndex"), values(container));
   });
+  start({});
+  forSubjectsWhere(isMap, [&] {
+    const Value map = make({1});
+    host().failFrom("RuntimeArrayCreateSingleDimBoundedArray", 2);
+    EXPECT_TRUE(call(map, "Keys").isNil()) << "without the one there is no other";
+    host().failFrom("RuntimeArrayCreateSingleDimBoundedArray", 0);
+    expectAgreement(map);
+  });
 }
 
 }  // namespace

@@ -258,7 +258,7 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
 TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   if (!caseSensitive()) return;
   const auto textKey = [&](int i) {
-    const std::string text = i < 0 ? "a" : std::string(30, 'p') + std::to_string(1000 + i);
+    const std::string text = i == -1 ? "a" : std::string(30, 'p') + std::to_string(1000 + i);
     const Value string = host().string(text);
     return facts().key == kText ? string : host().variant(Type::kString, string);
   };
@@ -283,6 +283,28 @@ TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   EXPECT_EQ(callsOf(one, lone), 0u) << "the same handle is the same key";
   const std::uint64_t ofTheProbe = callsOf(one, textKey(0));
   for (const int i : numbers) ASSERT_EQ(callsOf(container, textKey(i)), ofTheProbe);
+
+  // What is told apart with less than they share comes between them, and all are still found.
+  add(container, textKey(-1), value(1));
+  for (int i = -900; i < -1; ++i) add(container, textKey(i), value(1));
+  for (int i = -900; i < 2800; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1");
+}
+
+/// An inner node that has lost all children but one stays where its neighbours are full.
+TEST_P(KeyOrder, IsTheSameBelowANodeWithOneChild) {
+  const Value container = make();
+  constexpr int kFull = 64 * 64;
+  for (int i = 0; i < 3 * kFull; ++i) put(container, i);
+  const Value first = nth(container, kFull + 64), last = nth(container, 2 * kFull);
+  call(container, "Remove", {first, last});
+  ASSERT_EQ(count(container), 2 * kFull + 64);
+  Texts found;
+  const Texts all = keys(container);
+  for (int i = 0; i < 3 * kFull; ++i) {
+    const Value place = call(container, "find", {key(i)});
+    if (!atEnd(container, place)) found.push_back(keyAt(place));
+  }
+  EXPECT_EQ(sorted(found), sorted(all));
 }
 
 VORNIK_FOR_CLASSES(KeyOrder, [](const ClassFacts& f) { return f.ordered && f.hasCaseChoice(); });
