@@ -1,6 +1,7 @@
 #include "tests/behaviour/failures_memory.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "host/host.h"
@@ -24,8 +25,11 @@ void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
     --shortage.untilFailure;
   }
   if (size == 0) size = 1;
-  if (alignment == 0) return std::malloc(size);
-  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  void* const memory = alignment == 0
+                           ? std::malloc(size)
+                           : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  // Nobody may rely on what new memory holds.
+  return memory != nullptr ? std::memset(memory, 0xA5, size) : nullptr;
 }
 
 void* allocateOrThrow(std::size_t size, std::size_t alignment = 0) {
