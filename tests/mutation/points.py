@@ -78,6 +78,8 @@ class Finder:
                 self.texts[path] = source.read().decode("latin-1")  # one character for each byte
             self.files[path] = {}
         self.text = self.texts[path]
+        if "consteval" in self.text[cursor.extent.start.offset:cursor.location.offset].split():
+            return
         for child in cursor.get_children():
             if child.kind == Kind.COMPOUND_STMT:
                 self.visit(child, cursor.result_type)
@@ -129,7 +131,8 @@ class Finder:
         elif kind in (Kind.VAR_DECL, Kind.PARM_DECL):
             if re.search(r"\b(constexpr|constinit)\b", self.text[start:cursor.location.offset]):
                 return
-            children = [child for child in children if child.extent.start.offset >= cursor.location.offset]
+            children = [child for child in children if child.extent.start.offset >= cursor.location.offset and
+                        self.text[child.extent.start.offset - 1] != "["]
         elif kind in CASTS:
             children = children[-1:]
         elif kind == Kind.CASE_STMT:

@@ -88,11 +88,12 @@ class Mutants:
             for point in finder.files[path].values():
                 others = []
                 for change, other in point.changes:
+                    if point.form in ("expression", "condition"):
+                        change = code.changed_line(text, point.start, point.end, change, other)
                     others.append((len(self.all), other))
                     self.all.append(rewrite.Mutant(len(self.all), os.path.relpath(path, ROOT),
                                                    code.line_of(text, point.start),
-                                                   code.source_line(text, point.start),
-                                                   code.changed_line(text, point.start, point.end, change, other)))
+                                                   code.source_line(text, point.start), change))
                 self.entries.setdefault(path, []).append((point, others))
 
     def write(self, without):
