@@ -288,6 +288,15 @@ TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   add(container, textKey(-1), value(1));
   for (int i = -900; i < -1; ++i) add(container, textKey(i), value(1));
   for (int i = -900; i < 2800; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1");
+
+  // And again where most are gone, and nodes have merged that shared different beginnings.
+  for (const int i : numbers) {
+    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
+  }
+  for (int i = -900; i < 0; ++i) {
+    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
+  }
+  for (int i = -900; i < 2800; i += 30) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
 }
 
 /// An inner node that has lost all children but one stays where its neighbours are full.

@@ -44,8 +44,10 @@ def copy_sources(destination, kept):
 
 
 def configure(source, build, flags):
+    """With the standard library that the tests of the hash table compare it with."""
     run_or_fail(["cmake", "-S", str(source), "-B", str(build), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Mutants",
-                 "-DCMAKE_C_COMPILER=clang", "-DCMAKE_CXX_COMPILER=clang++", f"-DCMAKE_CXX_FLAGS={flags}"])
+                 "-DCMAKE_C_COMPILER=clang", "-DCMAKE_CXX_COMPILER=clang++", f"-DCMAKE_CXX_FLAGS=-stdlib=libc++ {flags}",
+                 *(f"-DCMAKE_{kind}_LINKER_FLAGS=-stdlib=libc++" for kind in ("EXE", "SHARED", "MODULE"))])
 
 
 def run_or_fail(command):
