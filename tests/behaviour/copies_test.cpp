@@ -64,11 +64,12 @@ TEST_P(ReferenceMaps, LeaveNoEntryBehindTheCacheWhenACopyFails) {
   const Value held = facts().value == kText ? Value("held") : host().variant(host::VariantType::kInt64, 5);
   const std::int64_t before = host().references(held);
   call(map, "Keys");
-  const Value first = call(map, "first");
+  const Value first = call(map, "first"), last = call(map, "last");
   host().assign(first, "Value", {}, held);
   for (int twice = 0; twice < 2; ++twice) EXPECT_THROW(copyInto(map, map), host::ScriptException);
   EXPECT_EQ(host().references(held), before);
   EXPECT_EQ(answer(first, "Key"), kStale);
+  EXPECT_EQ(answer(last, "MoveNext"), kStale);
 }
 
 TEST_P(ReferenceMaps, HoldValuesOnceAndShareThemWithCopies) {

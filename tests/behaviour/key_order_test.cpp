@@ -258,7 +258,9 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
 TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   if (!caseSensitive()) return;
   const auto textKey = [&](int i) {
-    const std::string text = i == -1 ? "a" : std::string(30, 'p') + std::to_string(1000 + i);
+    const std::string text = i == -1      ? "a"
+                             : i == -1000 ? "z"
+                                          : std::string(30, 'p') + std::to_string(1000 + i);
     const Value string = host().string(text);
     return facts().key == kText ? string : host().variant(Type::kString, string);
   };
@@ -283,6 +285,16 @@ TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   EXPECT_EQ(callsOf(one, lone), 0u) << "the same handle is the same key";
   const std::uint64_t ofTheProbe = callsOf(one, textKey(0));
   for (const int i : numbers) ASSERT_EQ(callsOf(container, textKey(i)), ofTheProbe);
+
+  // What shares nothing with the others comes to either end, and what was the greatest beside it goes.
+  for (const int i : {-1, -1000}) add(container, textKey(i), value(1));
+  for (int i = 0; i < 100; ++i) {
+    for (const int k : {100 - i, 2699 + i}) call(container, "Remove", {textKey(k)});
+  }
+  for (int i = 101; i < 2699; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+  for (int i = 0; i < 100; ++i) {
+    for (const int k : {100 - i, 2699 + i}) add(container, textKey(k), value(1));
+  }
 
   // What is told apart with less than they share comes between them, and all are still found.
   add(container, textKey(-1), value(1));

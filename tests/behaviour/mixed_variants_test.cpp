@@ -85,13 +85,21 @@ int order(const Value& a, const Value& b, bool caseSensitive) {
 TEST_P(MixedVariants, ALoneEntryStandsToEveryKeyAsTheRulesSay) {
   if (!facts().ordered) return;
   Values all = mixedKeys();
-  for (const double number : {-1e300, -2.5, 7e300}) all.push_back(host().variant(Type::kDouble, number));
+  for (const double number : {-1e300, -2.5, -1e-310, HUGE_VAL, -HUGE_VAL})
+    all.push_back(host().variant(Type::kDouble, number));
   for (const std::int64_t number : {std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()})
     all.push_back(host().variant(Type::kInt64, number));
   for (const bool flag : {false, true}) all.push_back(host().variant(Type::kBoolean, flag));
   for (const char* text : {"abcdefgh1", "abcdefgh2", "ABCDEFGH2", "abcdefgh"})
     all.push_back(host().variant(Type::kString, std::string(text)));
   for (const Value& entry : all) {
+    // Each of two is found under itself.
+    for (const Value& other : all) {
+      const Value pair = make();
+      for (const Value& one : {entry, other}) add(pair, one, value(1));
+      for (const Value& one : {entry, other})
+        ASSERT_EQ(call(pair, "CountKey", {one}).integer(), 1) << show(entry) << " and " << show(other);
+    }
     // One that was alone from the start, and one that another type has left again.
     for (const bool left : {false, true}) {
       const Value container = make();

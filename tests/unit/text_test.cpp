@@ -84,6 +84,7 @@ TEST_F(Text, TheDecoderStopsAtTheFirstIllegalSequence) {
   expect("a\xC3(b", u"a", 1);
   expect("ab\xE2\x82", u"ab", 2);
   expect("\xC3\xA9\xED\x9F\xBF", u"\u00E9\uD7FF");
+  expect("\xED\x80\x80", u"\uD000");
   expect("\xC2\x80\xDF\xBF\xE0\xA0\x80\xE1\x80\x80\xEF\xBF\xBF", u"\u0080\u07FF\u0800\u1000\uFFFF");
   expect("\xF0\x90\x80\x80\xF1\x80\x80\x80", u"\U00010000\U00040000");
   expect("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U0001F600\U0010FFFF");
