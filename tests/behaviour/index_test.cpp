@@ -25,8 +25,8 @@ VORNIK_FOR_CLASSES(Indexed, anyClass);
 TEST_P(Indexed, FollowsTheOrderOfIteration) {
   const Value container = make({3, 1, 4, 0, 5}), empty = make(), object = unmade();
   expectAgreement(container);
-  if (facts().key == kInt && !facts().ordered)
-    EXPECT_EQ(keys(make({7, 3, 2})), shown({2, 3, 7})) << "-1 goes where the greatest unsigned number does";
+  EXPECT_TRUE(facts().key != kInt || facts().ordered || keys(make({7, 3, 2})) == shown({2, 3, 7}))
+      << "-1 goes where the greatest unsigned number does";
   EXPECT_TRUE(host().elements(call(empty, "Keys")).empty());
   const std::string outside = "OutOfBoundsException: The parameter index  is too ";
   for (const char* method : {"Key", facts().isMap() ? "ValueAtIndex" : "Key"}) {
