@@ -31,6 +31,22 @@ TEST_P(Maps, CopiesAndClonesAreIndependent) {
   EXPECT_EQ(host().get(call(map, "Clone"), "BinCount").integer(), 2) << "not the source's";
 }
 
+TEST_P(Maps, CopiesOfManyHaveAll) {
+  if (facts().key != kInt || facts().value != kInt) return;
+  const Value map = make();
+  for (int i = 0; i < 20'000; ++i) put(map, i * 7919 % 20'011);
+  const Value clone = call(map, "Clone");
+  if (facts().ordered) {
+    EXPECT_EQ(visit(clone), visit(map));
+  } else {
+    EXPECT_EQ(content(clone), content(map));
+  }
+  for (int i = 0; i < 20'000; ++i) ASSERT_EQ(call(clone, "CountKey", {key(i * 7919 % 20'011)}).integer(), 1);
+  const Value place = call(clone, "last");
+  for (int i = 0; facts().ordered && i < 20'000; ++i) call(place, "MovePrev");
+  EXPECT_TRUE(!facts().ordered || equal(place, call(clone, "first")));
+}
+
 TEST_P(Maps, CopyFailures) {
   const Value map = make({1, 2});
   EXPECT_EQ(raised([&] { copyInto(map, nullptr); }), "NilObjectException: Other map is nil");
@@ -41,6 +57,19 @@ TEST_P(Maps, CopyFailures) {
     copyInto(map, make({3}));
     EXPECT_EQ(content(map), entries({3}));
   }
+}
+
+TEST_P(ReferenceMaps, LeaveNoEntryBehindTheCacheWhenACopyFails) {
+  const Value map = make({1});
+  const Value held = facts().value == kText ? Value("held") : host().variant(host::VariantType::kInt64, 5);
+  const std::int64_t before = host().references(held);
+  call(map, "Keys");
+  const Value first = call(map, "first"), last = call(map, "last");
+  host().assign(first, "Value", {}, held);
+  for (int twice = 0; twice < 2; ++twice) EXPECT_THROW(copyInto(map, map), host::ScriptException);
+  EXPECT_EQ(host().references(held), before);
+  EXPECT_EQ(answer(first, "Key"), kStale);
+  EXPECT_EQ(answer(last, "MoveNext"), kStale);
 }
 
 TEST_P(ReferenceMaps, HoldValuesOnceAndShareThemWithCopies) {

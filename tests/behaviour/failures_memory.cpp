@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <unordered_set>
 #include <utility>
@@ -39,8 +40,11 @@ void* entered(void* memory, Entry enter) noexcept {
 
 void* take(std::size_t size, std::size_t alignment) noexcept {
   if (size == 0) size = 1;
-  if (alignment == 0) return std::malloc(size);
-  return std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  void* const memory = alignment == 0
+                           ? std::malloc(size)
+                           : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
+  // Nobody may rely on what new memory holds.
+  return memory != nullptr ? std::memset(memory, 0xA5, size) : nullptr;
 }
 
 void give(void* memory) noexcept {

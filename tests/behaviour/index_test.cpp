@@ -25,6 +25,8 @@ VORNIK_FOR_CLASSES(Indexed, anyClass);
 TEST_P(Indexed, FollowsTheOrderOfIteration) {
   const Value container = make({3, 1, 4, 0, 5}), empty = make(), object = unmade();
   expectAgreement(container);
+  EXPECT_TRUE(facts().key != kInt || facts().ordered || keys(make({7, 3, 2})) == shown({2, 3, 7}))
+      << "-1 goes where the greatest unsigned number does";
   EXPECT_TRUE(host().elements(call(empty, "Keys")).empty());
   const std::string outside = "OutOfBoundsException: The parameter index  is too ";
   for (const char* method : {"Key", facts().isMap() ? "ValueAtIndex" : "Key"}) {
@@ -117,6 +119,14 @@ TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
     if (!facts().isMap()) return;
     EXPECT_TRUE(call(container, "Values").isNil());
     EXPECT_EQ(byIndex(container, "ValueAtIndex"), values(container));
+  });
+  start({});
+  forSubjectsWhere(isMap, [&] {
+    const Value map = make({1});
+    host().failFrom("RuntimeArrayCreateSingleDimBoundedArray", 2);
+    EXPECT_TRUE(call(map, "Keys").isNil()) << "without the one there is no other";
+    host().failFrom("RuntimeArrayCreateSingleDimBoundedArray", 0);
+    expectAgreement(map);
   });
 }
 

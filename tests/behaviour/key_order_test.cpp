@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <map>
+#include <numeric>
 #include <random>
 
 #include "tests/behaviour/container_test.h"
@@ -249,6 +250,83 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
         }
       }
     }
+  }
+}
+
+/// What nodes keep of their keys decides, also where keys begin alike in places: the host is asked about the
+/// key that is looked for, and seldom about another one.
+TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
+  if (!caseSensitive()) return;
+  const auto textKey = [&](int i) {
+    const std::string text = i == -1      ? "a"
+                             : i == -1000 ? "z"
+                                          : std::string(30, 'p') + std::to_string(1000 + i);
+    const Value string = host().string(text);
+    return facts().key == kText ? string : host().variant(Type::kString, string);
+  };
+  const auto callsOf = [&](const Value& container, const Value& key) {
+    host().resetCalls();
+    EXPECT_EQ(answer(container, "CountKey", {key}), "1");
+    std::uint64_t sum = 0;
+    for (const auto& [service, calls] : host().calls()) sum += calls;
+    return sum;
+  };
+  std::vector<int> numbers(2800);
+  std::iota(numbers.begin(), numbers.end(), 0);
+  std::shuffle(numbers.begin(), numbers.end(), random_);
+  const Value container = make(), one = make();
+  add(container, textKey(-1), value(1));
+  for (const int i : numbers) {
+    add(container, textKey(i), value(1));
+    if (count(container) == 20) call(container, "Remove", {textKey(-1)});
+  }
+  const Value lone = textKey(0);
+  add(one, lone, value(1));
+  EXPECT_EQ(callsOf(one, lone), 0u) << "the same handle is the same key";
+  const std::uint64_t ofTheProbe = callsOf(one, textKey(0));
+  for (const int i : numbers) ASSERT_EQ(callsOf(container, textKey(i)), ofTheProbe);
+
+  // What shares nothing with the others comes to either end, and what was the greatest beside it goes.
+  for (const int i : {-1, -1000}) add(container, textKey(i), value(1));
+  for (int i = 0; i < 100; ++i) {
+    for (const int k : {100 - i, 2699 + i}) call(container, "Remove", {textKey(k)});
+  }
+  for (int i = 101; i < 2699; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+  for (int i = 0; i < 100; ++i) {
+    for (const int k : {100 - i, 2699 + i}) add(container, textKey(k), value(1));
+  }
+
+  // What is told apart with less than they share comes between them, and all are still found.
+  add(container, textKey(-1), value(1));
+  for (int i = -900; i < -1; ++i) add(container, textKey(i), value(1));
+  for (int i = -900; i < 2800; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1");
+
+  // And again where most are gone, and nodes have merged that shared different beginnings.
+  for (const int i : numbers) {
+    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
+  }
+  for (int i = -900; i < 0; ++i) {
+    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
+  }
+  for (int i = -900; i < 2800; i += 30) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+}
+
+/// An inner node that has lost all children but one stays where its neighbours are full.
+TEST_P(KeyOrder, IsTheSameBelowANodeWithOneChild) {
+  const Value container = make();
+  constexpr int kFull = 64 * 64;
+  for (int i = 0; i < 3 * kFull; ++i) put(container, i);
+  const Value first = nth(container, kFull + 64), last = nth(container, 2 * kFull);
+  call(container, "Remove", {first, last});
+  ASSERT_EQ(count(container), 2 * kFull + 64);
+  const Texts all = keys(container);
+  for (const Value& tree : {container, facts().isMap() ? call(container, "Clone") : container}) {
+    Texts found;
+    for (int i = 0; i < 3 * kFull; ++i) {
+      const Value place = call(tree, "find", {key(i)});
+      if (!atEnd(tree, place)) found.push_back(keyAt(place));
+    }
+    EXPECT_EQ(sorted(found), sorted(all));
   }
 }
 

@@ -1,6 +1,8 @@
 // Variant containers under keys of every type at once, NaN among them: their order is no order at all, and
 // nothing may come of it but an odd answer.
+#include <cctype>
 #include <cmath>
+#include <limits>
 #include <random>
 
 #include "tests/behaviour/container_test.h"
@@ -52,6 +54,71 @@ TEST_P(MixedVariants, DoNoHarm) {
     copyInto(copy, container);
     ASSERT_EQ(visit(copy), visit(container)) << "a copy has the sequence of what it was made from";
     ASSERT_EQ(visit(call(container, "Clone")), visit(container));
+  }
+}
+
+/// -1, 0 or 1, as the rules have it: by value within a type, where a NaN is like every number, and by address
+/// otherwise.
+int order(const Value& a, const Value& b, bool caseSensitive) {
+  const auto sign = [](const auto& x, const auto& y) { return x < y ? -1 : x > y ? 1 : 0; };
+  Host& host = Host::current();
+  const auto addressOf = [](const Value& v) { return v.isNil() ? nullptr : v.object().get(); };
+  if (a.isNil() || b.isNil() || host.className(a) != host.className(b))
+    return sign(addressOf(a), addressOf(b));
+  const Value x = host.unbox(a), y = host.unbox(b);
+  if (const auto* number = std::get_if<double>(&x.held())) return sign(*number, std::get<double>(y.held()));
+  if (const auto* flag = std::get_if<bool>(&x.held())) return sign(*flag, std::get<bool>(y.held()));
+  if (const auto* number = std::get_if<std::int64_t>(&x.held())) {
+    const auto other = std::get<std::int64_t>(y.held());
+    const bool isUnsigned = host.className(a).find("UInt") != std::string::npos;
+    return isUnsigned ? sign(static_cast<std::uint64_t>(*number), static_cast<std::uint64_t>(other))
+                      : sign(*number, other);
+  }
+  if (!std::holds_alternative<host::StringRef>(x.held())) return sign(addressOf(a), addressOf(b));
+  Texts texts = {x.text(), y.text()};
+  for (std::string& text : texts) {
+    for (char& c : text) c = static_cast<char>(caseSensitive ? c : std::tolower(c));
+  }
+  return sign(texts[0], texts[1]);
+}
+
+TEST_P(MixedVariants, ALoneEntryStandsToEveryKeyAsTheRulesSay) {
+  if (!facts().ordered) return;
+  Values all = mixedKeys();
+  for (const double number : {-1e300, -2.5, -1e-310, HUGE_VAL, -HUGE_VAL})
+    all.push_back(host().variant(Type::kDouble, number));
+  for (const std::int64_t number : {std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()})
+    all.push_back(host().variant(Type::kInt64, number));
+  for (const bool flag : {false, true}) all.push_back(host().variant(Type::kBoolean, flag));
+  for (const char* text : {"abcdefgh1", "abcdefgh2", "ABCDEFGH2", "abcdefgh"})
+    all.push_back(host().variant(Type::kString, std::string(text)));
+  for (const Value& entry : all) {
+    // Each of two is found under itself.
+    for (const Value& other : all) {
+      const Value pair = make();
+      for (const Value& one : {entry, other}) add(pair, one, value(1));
+      for (const Value& one : {entry, other})
+        ASSERT_EQ(call(pair, "CountKey", {one}).integer(), 1) << show(entry) << " and " << show(other);
+    }
+    // One that was alone from the start, and one that another type has left again.
+    for (const bool left : {false, true}) {
+      const Value container = make();
+      add(container, entry, value(1));
+      if (left) {
+        const Value guest = host().scriptObject("guest");
+        add(container, guest, value(2));
+        call(container, "Remove", {guest});
+      }
+      ASSERT_EQ(count(container), 1);
+      for (const Value& probe : all) {
+        const int sign = facts().descending() ? order(probe, entry, caseSensitive())
+                                              : order(entry, probe, caseSensitive());
+        const std::string both = show(entry) + " and " + show(probe);
+        ASSERT_EQ(call(container, "CountKey", {probe}).integer(), sign == 0) << both;
+        ASSERT_EQ(atEnd(container, call(container, "LowerBound", {probe})), sign < 0) << both;
+        ASSERT_EQ(atEnd(container, call(container, "UpperBound", {probe})), sign <= 0) << both;
+      }
+    }
   }
 }
 

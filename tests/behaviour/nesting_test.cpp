@@ -106,5 +106,22 @@ TEST_P(Nesting, ContentsGoDepthFirstAndBeforeTheReleaseReturns) {
   }
 }
 
+/// However deep a container lies, its positions are stale when the first code runs that could come with one.
+TEST_P(Nesting, WhatWaitsToGoIsGoneForIterators) {
+  if (facts().key != kAny || !facts().isMap()) return;
+  int asked = 0;
+  Value outer = make({1});
+  for (int i = 0; i < 40; ++i) {
+    const Value inner = std::exchange(outer, make()), iterator = call(inner, "first");
+    const Value keyObject = host().scriptObject("Witness", [this, iterator, &asked] {
+      ++asked;
+      EXPECT_EQ(answer(iterator, "Key"), kStale);
+    });
+    add(outer, keyObject, inner);
+  }
+  outer = nullptr;
+  EXPECT_EQ(asked, 40);
+}
+
 }  // namespace
 }  // namespace vornik::behaviour

@@ -3,15 +3,20 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "plugin/structures/hash_table.h"
+#include "tests/oracle/allocations.h"
 #include "tests/oracle/hashing.h"
 
 namespace vornik::oracle {
+
+long allocationsAlive = 0;
+
 namespace {
 
 /// While it is on, so many allocations succeed; then one fails, or all do.
@@ -27,8 +32,15 @@ void* allocate(std::size_t size) {
     ++shortage.failures;
     throw std::bad_alloc();
   }
-  if (void* const memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
+  void* const memory = std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  ++allocationsAlive;
+  return std::memset(memory, 0xA5, size);  // so that nobody relies on what new memory holds
+}
+
+void giveBack(void* memory) noexcept {
+  if (memory != nullptr) --allocationsAlive;
+  std::free(memory);
 }
 
 /// A value that exists once and knows it: moving leaves the source empty.
@@ -144,14 +156,14 @@ void* operator new[](std::size_t size) {
   return vornik::oracle::allocate(size);
 }
 void operator delete(void* memory) noexcept {
-  std::free(memory);
+  vornik::oracle::giveBack(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
+  vornik::oracle::giveBack(memory);
 }
 void operator delete[](void* memory) noexcept {
-  std::free(memory);
+  vornik::oracle::giveBack(memory);
 }
 void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
+  vornik::oracle::giveBack(memory);
 }

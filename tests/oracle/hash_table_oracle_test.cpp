@@ -36,7 +36,9 @@ class Mirrored {
 
   void set(std::int64_t key, std::int64_t value) {
     table_->value(table_->findOrInsert(key)) = value;
+    const std::size_t size = standard_.size();
     standard_[key] = value;
+    expectChange(standard_.size() != size);
   }
 
   void remove(std::int64_t key) {
@@ -45,6 +47,7 @@ class Mirrored {
     makeStale(key);
     const std::size_t removed = standard_.erase(key);
     ASSERT_EQ(place != table_->end(), removed == 1);
+    expectChange(removed == 1);
   }
 
   /// Removes up to `count` elements that follow one another, from the key's on.
@@ -59,11 +62,13 @@ class Mirrored {
       last = table_->next(last);
     }
     static_cast<void>(table_->extract(first, last));
+    expectChange(standardFirst != standardLast);
     standard_.erase(standardFirst, standardLast);
   }
 
   void clear() {
     static_cast<void>(table_->extractAll());
+    expectChange(true);
     while (!positions_.empty()) makeStale(positions_.begin()->first);
     standard_.clear();
   }
@@ -73,6 +78,7 @@ class Mirrored {
     auto table = std::make_unique<Table>();
     table->copyFrom(*table_);
     table_ = std::move(table);
+    if (!standard_.empty()) expectChange(true);
     while (!positions_.empty()) makeStale(positions_.begin()->first);
     Standard standard;
     for (const auto& entry : standard_) standard.insert(entry);
@@ -108,6 +114,10 @@ class Mirrored {
   }
 
  private:
+  /// Whether the structure says that it was changed.
+  void expectChange(bool isExpected) {
+    ASSERT_EQ(std::exchange(change_, table_->change()) != table_->change(), isExpected);
+  }
   void makeStale(std::int64_t key) {
     const auto position = positions_.find(key);
     if (position == positions_.end()) return;
@@ -116,6 +126,7 @@ class Mirrored {
   }
 
   std::unique_ptr<Table> table_ = std::make_unique<Table>();
+  ChangeStamp change_ = table_->change();
   Standard standard_;
   std::unordered_map<std::int64_t, PositionHandle> positions_;
   PositionHandle stale_[256] = {};

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "plugin/structures/ordered_tree.h"
+#include "tests/oracle/allocations.h"
 
 namespace vornik {
 
@@ -187,6 +188,8 @@ TYPED_TEST(OrderedTreeOracle, AnswersLikeTheStandardMap) {
     if (mirror.size() < static_cast<std::size_t>(maximum) / 8) growing = true;
     const std::int64_t key = anyKey();
     const std::size_t leavesBefore = OrderedTreeTest::leaves(*tree) * (TypeParam::kLeaf < 64);
+    const ChangeStamp change = tree->change();
+    const std::size_t size = mirror.size();
     const int choice = below(100);
     if (choice < (growing ? 45 : 20)) {
       // Now and then a run of neighbours, upwards or downwards.
@@ -225,6 +228,7 @@ TYPED_TEST(OrderedTreeOracle, AnswersLikeTheStandardMap) {
       const auto at = mirror.lower_bound(key);
       one = {tree->handle(placeOf(at)), at == mirror.end() ? 0 : at->second.id};
     }
+    ASSERT_EQ(tree->change() != change, mirror.size() != size) << step;
     const std::size_t leavesNow = OrderedTreeTest::leaves(*tree) * (TypeParam::kLeaf < 64);
     splits += leavesNow > leavesBefore ? leavesNow - leavesBefore : 0;
     merges += leavesNow < leavesBefore ? leavesBefore - leavesNow : 0;
@@ -253,6 +257,7 @@ TYPED_TEST(OrderedTreeOracle, AnswersLikeTheStandardMap) {
       // A copy takes the original's place; positions of the original go with it.
       auto copy = std::make_unique<Tree>();
       copy->copyFrom(*tree);
+      ASSERT_TRUE(tree->empty() || copy->change() != tree->change());
       tree = std::move(copy);
       for (const Held& old : held) ASSERT_EQ(Tree::locate(old.handle).owner, nullptr);
       std::fill(held.begin(), held.end(), Held());
@@ -262,7 +267,9 @@ TYPED_TEST(OrderedTreeOracle, AnswersLikeTheStandardMap) {
       ASSERT_NO_FATAL_FAILURE(OrderedTreeTest::check(*tree));
     }
     if (step % 50'021 == 0) {
+      const auto full = tree->empty() ? change - 1 : tree->change();
       const auto removed = tree->extractAll();
+      ASSERT_NE(tree->change(), full);
       mirror.clear();
       present.clear();
     }
@@ -313,6 +320,25 @@ TYPED_TEST(OrderedTreeOracle, LosesNothingWhateverComparisonsAnswer) {
     ASSERT_EQ(CountedKey::live.size(), entries.size());
     ASSERT_NO_FATAL_FAILURE(OrderedTreeTest::check(tree));
   }
+}
+
+TYPED_TEST(OrderedTreeOracle, GivesItsMemoryBack) {
+  using Tree = OrderedTree<CountedKey, std::int64_t, TestOrder, TypeParam>;
+  const long before = oracle::allocationsAlive;
+  {
+    std::mt19937 random(1);
+    Tree tree, copy;
+    for (int round = 0; round < 2; ++round) {
+      for (int i = 0; i < 30'000; ++i) tree.findOrInsert({static_cast<std::int64_t>(random() % 100'000)});
+      for (int i = 0; i < 20'000; ++i) static_cast<void>(tree.extract(tree.begin()));
+      static_cast<void>(tree.extract(tree.lowerBound({95'000}), tree.lowerBound({98'000})));
+      if (round == 0) copy.copyFrom(tree);
+      while (tree.size() > (round == 0 ? 10u : 0u))
+        static_cast<void>(tree.extract(tree.previous(tree.end())));
+      static_cast<void>(tree.extractAll());
+    }
+  }
+  EXPECT_EQ(oracle::allocationsAlive, before);
 }
 
 TEST(OrderedTree, SmallOnesAreSmallAndUnwalkedOnesPayNothingForPositions) {

@@ -168,7 +168,9 @@ TEST_F(Dictionaries, AreServedByTheirHostsOwnMethodsWhichAreLookedUpOnce) {
     const DictionaryConversion conversion;
     words[1] = &other;
     SetDictionaryValue(as<_REALdictionary>(other), objectOf(key), objectOf(first));
-    EXPECT_EQ(host_.calls().at("REALLoadObjectMethod"), 4u);
+    EXPECT_EQ(host::ObjectRef::adopt(GetDictionaryKey(as<_REALdictionary>(other), 0)).get(), objectOf(key));
+    REALUnlockObject(GetDictionaryValue(as<_REALdictionary>(other), objectOf(key)));
+    EXPECT_EQ(host_.calls().at("REALLoadObjectMethod"), 6u);
     words[1] = definition;
   }
   EXPECT_EQ(LastDictionary, nullptr) << "another one may come to lie there";

@@ -42,7 +42,7 @@ struct Sample {
   }
 
   static constexpr REALmethodDefinition kMethod{&someFunction, nullptr, "Go", 4, 0, nullptr};
-  static constexpr REALproperty kProperty{nullptr, "Size", "Integer", 4, &someFunction, nullptr, 6, 0,
+  static constexpr REALproperty kProperty{nullptr, "Size", "Integer", 4, &someFunction, nullptr, 60, 0,
                                           nullptr, 0,      nullptr,   0, nullptr};
   REALmethodDefinition methods[2] = {kMethod, kMethod};
   REALproperty properties[2] = {kProperty, kProperty};
@@ -74,21 +74,21 @@ TEST_F(DefinitionChecks, SayNothingOfAFaultlessClassAndRoundItsDataSizeUp) {
 TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
   REALattribute nameless[] = {{"A", "1"}, {nullptr, nullptr}};
   REALmethodDefinition method{&someFunction, nullptr, nullptr, 4, 0, nullptr},
-      sharedMethod{nullptr, nullptr, "Go", 4, 10001, nullptr};
-  REALconstant constant{nullptr, {0, 0}, 1, nullptr};
+      sharedMethod{nullptr, nullptr, "Go", 4, 10001, nameless};
+  REALconstant constants[] = {{"Named", {0, 0}, 0, nullptr}, {nullptr, {0, 0}, 1, nullptr}};
   REALevent event{nullptr, 0, 0, nameless};
   REALdelegate delegate{nullptr, 0, 1, nameless};
   const REALproc get = &someFunction;
   REALproperty properties[] = {
       {nullptr, nullptr, "Integer", 0, nullptr, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Typeless", nullptr, 4, get, nullptr, 0, 0, &event, 1, nullptr, 0, nameless},
-      {nullptr, "Read", "Double", 0x104, kStandard, nullptr, 6, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Read", "Double", 0x104, kStandard, nullptr, 48, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Written", "DOUBLE", 0, get, kStandard, 0, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Odd", "Integer", 0, kStandard, kStandard, 6, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Last", "Integer", 0, kStandard, nullptr, 44, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Beyond", "Integer", 0, get, kStandard, 45, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Debugging", "Integer", 4, get, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr},
-      {nullptr, "Shared", nullptr, 4, get, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr}};
+      {nullptr, "Shared", nullptr, 4, get, nullptr, 0, 0, nullptr, 0, nullptr, 2, nameless}};
   Sample sample;
   REALclassDefinition& d = sample.d;
   d.version = 14;
@@ -100,12 +100,12 @@ TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
   d.sharedMethods = &sharedMethod;
   d.properties = properties;
   d.sharedProperties = &properties[7];
-  d.constants = &constant;
+  d.constants = constants;
   d.events = &event;
   d.delegates = &delegate;
   d.propertyCount = 8;
-  d.attributeCount = d.sharedPropertyCount = 2;
-  d.constantCount = d.eventCount = d.delegateCount = 1;
+  d.attributeCount = d.sharedPropertyCount = d.constantCount = 2;
+  d.eventCount = d.delegateCount = 1;
   std::vector<std::string> lines;
   const auto expect = [&](const std::string& start, std::initializer_list<const char*> ends) {
     for (const char* end : ends) lines.push_back(start + end);
@@ -121,31 +121,38 @@ TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
           "Written needs custom setter.", "Odd has unaligned offset 6.", "Odd has unaligned offset 6.",
           "Beyond has unaligned offset 45."});
   expect("Error: The constant C.",
-         {"0 has nil declaration.", "(null) has the wrong attributeCount value: 1"});
+         {"1 has nil declaration.", "(null) has the wrong attributeCount value: 1"});
   expect("Error: The event C.", {"0 has nil declaration.", "(null) has the wrong attributeCount value: 0"});
   expect("Error: The delegate C.0 has nil declaration.", {""});
   expect("Warning: The delegate C.(null) has 0 for flags.", {""});
   expect("Error: The method C.Go has ", {"nil function.", "the wrong attributeCount value: 10001"});
   expect("Error: attribute count out of range for C.Go: 10001.", {""});
   expect("Error: The property C.1 has nil type.", {""});
+  expect("Error: C.Shared has an attribute without ", {"name! Index: 1", "value! Name: (null) Index: 1"});
   expect("QZR Debug: Console-safe ",
          {"method in console-unsafe class:  C, (null)", "shared method in console-unsafe class:  C, Go",
           "property in console-unsafe class:  C, Typeless", "property in console-unsafe class:  C, Debugging",
           "shared property in console-unsafe class:  C, Shared"});
-  expect("Error: Offset for variable too big: C.Beyond 45 48", {""});
+  expect("Error: Offset for variable too big: C.", {"Read 48 48", "Beyond 45 48"});
   EXPECT_EQ(sample.linesOfRegistration(), lines);
   EXPECT_EQ(lastRegistered, &sample.d);
 
   Sample unnamed;
   unnamed.d.name = nullptr;
+  unnamed.d.superclassName = "BaseQZR";
+  unnamed.d.dataSize = 0;
   EXPECT_THAT(unnamed.linesOfRegistration(), ElementsAre("Error: A class without name."));
-  rbversion_rbversion = 2020.01;
-  Sample mobile;
-  mobile.d.flags = 0x400;
-  mobile.methods[0].flags = mobile.methods[1].flags = 0;
-  mobile.properties[0].flags = mobile.properties[1].flags = 0;
-  EXPECT_THAT(mobile.linesOfRegistration(),
-              ElementsAre("Warning: iOS only class registered for old Xojo: C"));
+  for (const double version : {2020.01, 2020.02}) {
+    rbversion_rbversion = version;
+    Sample mobile;
+    mobile.d.flags = 0x400;
+    mobile.methods[0].flags = mobile.methods[1].flags = 0;
+    mobile.properties[0].flags = mobile.properties[1].flags = 0;
+    EXPECT_EQ(mobile.linesOfRegistration(),
+              version > 2020.01
+                  ? std::vector<std::string>()
+                  : std::vector<std::string>{"Warning: iOS only class registered for old Xojo: C"});
+  }
 }
 
 TEST_F(DefinitionChecks, CountsNeedTheirTables) {
@@ -189,6 +196,15 @@ TEST_F(DefinitionChecks, OnlyTablesThatCanBeRealAreRead) {
     const char* const last = count > 10000 ? "Error: method count out of range for C: 10001."
                                            : "Error: The method C.Go has nil function.";
     EXPECT_EQ(written.empty() ? last : written.back(), last);
+
+    Sample propertied, missing;
+    std::vector<REALproperty> properties(count, propertied.properties[0]);
+    for (auto& p : properties) p.getter = count > 1000 ? nullptr : p.getter;
+    propertied.d.properties = properties.data();
+    propertied.d.propertyCount = missing.d.methodCount = count;
+    EXPECT_EQ(propertied.linesOfRegistration().size(), lines) << count;
+    missing.d.methods = nullptr;
+    EXPECT_EQ(missing.linesOfRegistration().size(), count > 10000 ? 2 : 1 + count);
   }
 }
 

@@ -93,6 +93,7 @@ BuiltString built(std::string_view bytes, std::uint32_t encoding) {
 TEST_F(FrameInHost, StringsAreDeclaredByWhatTheirBytesAre) {
   for (const double version : {2024.01, 2012.0, 2011.04}) {
     rbversion_rbversion = version;
+    host_.resetCalls();
     const auto expect = [](std::string_view given, std::uint32_t encoding, const char* bytes,
                            std::uint32_t declared) {
       const BuiltString string = built(given, encoding);
@@ -107,6 +108,7 @@ TEST_F(FrameInHost, StringsAreDeclaredByWhatTheirBytesAre) {
     expect("\xC3\xA9", kEncodingUTF8, "\xC3\xA9", kEncodingUTF8);
     expect("abc", kEncodingASCII, "abc", kEncodingASCII);
     expect({"\xE9\0A\0", 4}, kEncodingUTF16, "\u00E9A", kEncodingUTF8);
+    EXPECT_EQ(host_.calls()["REALBuildString"] == 0, version >= 2012.0);
   }
 }
 

@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -27,8 +26,7 @@ void inOwnProcess(Body body) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto runAndExit = [&] {
     body();
-    std::fflush(nullptr);
-    std::_Exit(::testing::Test::HasFailure() ? 1 : 0);
+    std::exit(::testing::Test::HasFailure() ? 1 : 0);
   };
   EXPECT_EXIT(runAndExit(), ::testing::ExitedWithCode(0), "");
 }

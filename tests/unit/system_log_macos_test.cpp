@@ -15,7 +15,7 @@ struct System {
   std::vector<std::uint32_t> encodings;
   int strings = 0;  ///< not released yet
   int pools = 0;    ///< not popped yet
-  bool outOfMemory = false;
+  int memory = 2;   ///< for so many strings
 } played;
 
 const std::string& text(const void* string) {
@@ -27,8 +27,9 @@ const std::string& text(const void* string) {
 extern "C" {
 
 const void* CFStringCreateWithBytes(const void*, const std::uint8_t* bytes, long count,
-                                    std::uint32_t encoding, unsigned char) {
-  if (played.outOfMemory) return nullptr;
+                                    std::uint32_t encoding, unsigned char isExternal) {
+  EXPECT_EQ(isExternal, 0);
+  if (played.memory-- <= 0) return nullptr;
   ++played.strings;
   played.encodings.push_back(encoding);
   return new std::string(reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(count));
@@ -71,7 +72,8 @@ class SystemLogMacosTest : public ::testing::Test {
     EXPECT_EQ(played.pools, 0);
   }
 
-  static std::string logged(const std::string& line) {
+  static std::string logged(const std::string& line, int memory = 2) {
+    played.memory = memory;
     writeSystemLog(line.c_str());
     return played.lines.empty() ? "nothing" : played.lines.back();
   }
@@ -80,7 +82,7 @@ class SystemLogMacosTest : public ::testing::Test {
 TEST_F(SystemLogMacosTest, TextArrivesAsItIs) {
   for (const char* line : {"", "100 %s %@", "Größe, размер, 大きさ, 🂡",
                            "\u007F \u0080 \u07FF \u0800 \uD7FF \uE000 "
-                           "\uFFFF \U00010000 \U0010FFFF"}) {
+                           "\uFFFF \U00010000 \U00040000 \U0010FFFF"}) {
     EXPECT_EQ(logged(line), line);
   }
   EXPECT_EQ(played.encodings, std::vector<std::uint32_t>(8, 0x08000100));
@@ -94,6 +96,14 @@ TEST_F(SystemLogMacosTest, BytesThatAreNoTextAreSpelled) {
       logged("\xC0\x80 \xE0\x9F\xBF \xED\xA0\x80 \xF0\x8F\xBF\xBF \xF4\x90\x80\x80 \xF5 \xFF"),
       "\\xC0\\x80 \\xE0\\x9F\\xBF \\xED\\xA0\\x80 \\xF0\\x8F\\xBF\\xBF \\xF4\\x90\\x80\\x80 \\xF5 \\xFF");
   EXPECT_EQ(logged("cut off: \xE5\xA4"), "cut off: \\xE5\\xA4");
+  for (const char* bytes : {"\xC3\xC0", "\xE1\xC0\x80", "\xE1\x80\xC0", "\xF1\xC0\x80\x80",
+                            "\xF1\x80\xC0\x80", "\xF5\x80\x80\x80"}) {
+    std::string spelled;
+    for (const char* byte = bytes; *byte != 0; ++byte)
+      spelled +=
+          std::string("\\x") + "0123456789ABCDEF"[(*byte & 0xF0) >> 4] + "0123456789ABCDEF"[*byte & 0xF];
+    EXPECT_EQ(logged(bytes), spelled);
+  }
 }
 
 TEST_F(SystemLogMacosTest, TheLongestLineFits) {
@@ -104,8 +114,7 @@ TEST_F(SystemLogMacosTest, TheLongestLineFits) {
 }
 
 TEST_F(SystemLogMacosTest, WithoutMemoryNothingIsLogged) {
-  played.outOfMemory = true;
-  EXPECT_EQ(logged("lost"), "nothing");
+  for (const int memory : {0, 1}) EXPECT_EQ(logged("lost", memory), "nothing");
 }
 
 }  // namespace
