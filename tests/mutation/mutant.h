@@ -40,11 +40,14 @@ struct MutantSwitch {
   }
 };
 inline constinit MutantSwitch mutantSwitch;
-[[gnu::constructor(101)]] static inline void setMutantSwitch() noexcept { mutantSwitch.set(); }
+[[gnu::constructor(101)]] static inline void setMutantSwitch() noexcept {
+  mutantSwitch.set();
+}
 
 [[gnu::always_inline]] constexpr bool mutant(int number) noexcept {
   if (__builtin_is_constant_evaluated()) return false;
-  if (mutantSwitch.chosen == MutantSwitch::kRecord) [[unlikely]] mutantSwitch.reached[number] = 1;
+  if (mutantSwitch.chosen == MutantSwitch::kRecord) [[unlikely]]
+    mutantSwitch.reached[number] = 1;
   return mutantSwitch.chosen == number;
 }
 

@@ -14,7 +14,7 @@ from project import JOBS, ROOT, WORK, say
 SOURCE = WORK / "samples" / "source"
 BUILD = WORK / "samples" / "build"
 LIST = ROOT / "tests" / "mutation" / "samples.txt"
-LIMIT = 300  # seconds of processor time for a test program
+LIMIT = 60  # seconds of processor time for a test program
 
 
 def read():
