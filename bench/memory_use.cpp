@@ -37,6 +37,9 @@ std::optional<std::size_t> allocatedBytes() {
 }
 
 ResidentPeak::ResidentPeak() {
+  // The C library keeps freed blocks up to a size that it learns from earlier ones, so that the peak would
+  // hang on what was measured before; arrays of a container's size shall go back at once, always.
+  mallopt(M_MMAP_THRESHOLD, 128 << 10);
   malloc_trim(0);
   std::ofstream file("/proc/self/clear_refs");
   if (file << 5 << std::flush) before_ = status("VmRSS:");  // the peak begins anew from here
