@@ -84,7 +84,7 @@ template <typename Operation>
 void Player::attempt(const std::string& name, const Value& subject, Operation operation) {
   const Walker* const walker = walkerOf(subject);
   const bool watches = checksAlways_ && walker != nullptr && depth_ == 1;
-  const auto before = watches ? walker->walk(subject, !failed_) : std::nullopt;
+  const auto before = watches ? walker->walk(subject, findable()) : std::nullopt;
   const std::uint64_t stepsBefore = steps_;
   const auto misfortune = std::exchange(misfortune_, {});
   bool raised = false;
@@ -103,7 +103,7 @@ void Player::attempt(const std::string& name, const Value& subject, Operation op
   }
   if (misfortune.end) misfortune.end();
   if (!watches) return;
-  const auto after = walker->walk(subject, !failed_);
+  const auto after = walker->walk(subject, findable());
   if (!raised || !before || stepsBefore != steps_ || host::sameName(name, "Constructor")) return;
   if (!after || *after != *before) fault(name + " raised, and the container is not what it was");
 }
@@ -111,7 +111,7 @@ void Player::attempt(const std::string& name, const Value& subject, Operation op
 void Player::check(std::size_t slot) {
   const Value subject = slots_[slot];
   if (const Walker* const walker = walkerOf(subject)) {
-    if (const auto contents = walker->walk(subject, !failed_)) note(std::to_string(contents->size()));
+    if (const auto contents = walker->walk(subject, findable())) note(std::to_string(contents->size()));
   }
 }
 
@@ -187,6 +187,7 @@ void Player::put() {
   };
   for (std::size_t count = input_.oneIn(4) ? 8 : 1; count > 0; --count) {
     const Value key = some(facts.key);
+    if (traces_) std::fprintf(stderr, "%*s%s:\n", 2 * depth_, "", behaviour::show(key).c_str());
     if (!facts.isMap()) {
       attempt("insert", container, [&] { host_.call(container, "insert", {key}); });
     } else {
@@ -367,9 +368,11 @@ Player::Value Player::text() {
   if (choice < 8) return Value(host::StringRef());
   if (choice < 64) return std::string_view(kWords[choice % 8]);
   if (choice < 160) return std::string(input_.among(kCommon), 'p') + std::to_string(choice % 40);
-  return host_.string(
-      std::string(choice < 200 ? 0 : input_.among(kCommon), 'p') + input_.bytes(input_.below(20)),
-      input_.among(kEncodings));
+  // One by one, since compilers read arguments in orders of their own.
+  std::string bytes(choice < 200 ? 0 : input_.among(kCommon), 'p');
+  bytes += input_.bytes(input_.below(20));
+  oddTexts_ = true;
+  return host_.string(bytes, input_.among(kEncodings));
 }
 
 /// Anything that goes into a Variant of a container on the level `holder`.

@@ -83,6 +83,11 @@ class Player {
   Misfortune misfortune_;  ///< of the next operation
   bool checksAlways_;      ///< and not at the end alone, since a walk gives every entry a position
   bool objects_;           ///< also as keys, whose order is that of their addresses
+  Findable findable() const {
+    return failed_ ? Findable::kNone : oddTexts_ ? Findable::kCaseSensitive : Findable::kAll;
+  }
+
+  bool oddTexts_ = false;  ///< some that the host may not be able to read
   bool failed_ = false;  ///< a service or an allocation, since the beginning: texts may not be what they were
   bool ending_ = false;
   const bool traces_ = std::getenv("VORNIK_FUZZ_TRACE") != nullptr;  ///< every operation, on standard error

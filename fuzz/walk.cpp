@@ -61,7 +61,7 @@ Value Walker::iteratorBy(REALproc getter, const Value& container) const {
   return host::ObjectRef::adopt(invoke<REALobjectStruct*>(getter, container.object().get()));
 }
 
-std::optional<Contents> Walker::walk(const Value& container, bool findable) const {
+std::optional<Contents> Walker::walk(const Value& container, Findable findable) const {
   Contents contents;
   try {
     Host::PluginCall call;
@@ -92,7 +92,11 @@ std::optional<Contents> Walker::walk(const Value& container, bool findable) cons
   } catch (const host::ScriptException&) {
     return {};  // without a container
   }
-  if (facts_.key != Kind::kInteger && !(findable && facts_.key == Kind::kString)) return contents;
+  if (facts_.key == Kind::kVariant) return contents;
+  if (facts_.key == Kind::kString) {
+    if (findable == Findable::kNone) return contents;
+    if (findable != Findable::kAll && !host_.get(container, "CaseSensitive").boolean()) return contents;
+  }
   if (facts_.ordered && facts_.key == Kind::kInteger) {
     const auto before = [](const auto& a, const auto& b) {
       return static_cast<std::int64_t>(a.first) < static_cast<std::int64_t>(b.first);

@@ -21,15 +21,19 @@ namespace vornik::fuzz {
 /// Key and value of every entry in the order of iteration: numbers, or the addresses of what is held.
 using Contents = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
 
+/// Which keys that a walk meets must also be found: the host's comparison without regard to case is no order
+/// over texts that it cannot read.
+enum class Findable { kNone, kCaseSensitive, kAll };
+
 /// Walks containers of one class.
 class Walker {
  public:
   Walker(host::Host& host, const behaviour::ClassFacts& facts);
 
-  /// Walks forwards and back, and holds both against each other, Count and the order of Integer keys. With
-  /// `findable`, every key must also be found. Nothing for an object without a container, or where the host
+  /// Walks forwards and back, and holds both against each other, Count and the order of Integer keys. Keys
+  /// that are Variants need not be found. Nothing for an object without a container, or where the host
   /// makes no iterators. Every entry has a position afterwards.
-  std::optional<Contents> walk(const host::Value& container, bool findable) const;
+  std::optional<Contents> walk(const host::Value& container, Findable findable) const;
 
  private:
   REALproc function(const std::string& className, const char* method, std::size_t parameters) const;
