@@ -59,11 +59,29 @@ void Member::fitAssigned(Value& value) const {
 
 const Member& Members::find(const std::string& className, std::string_view name) {
   if (const Member* member = search(className, name)) return *member;
-  const Member* const value = search(className, "value");
-  const bool isMap =
-      value != nullptr && !value->methods.empty() && !value->methods.front()->declaration.parameters.empty();
-  throw ScriptError("class " + className + " has no member '" + std::string(name) + "'" +
-                    (isMap ? "; the entries of a map are in object.value" : ""));
+  std::string message = "class " + className + " has no member '" + std::string(name) + "'";
+  if (const RegisteredClass* const other = relatedClassWith(className, name)) {
+    message += ", but " + other->name + " has";
+  } else if (const Member* const value = search(className, "value");
+             value != nullptr && !value->methods.empty() &&
+             !value->methods.front()->declaration.parameters.empty()) {
+    message += "; the entries of a map are in object.value";
+  }
+  throw ScriptError(message);
+}
+
+const RegisteredClass* Members::relatedClassWith(const std::string& className, std::string_view name) {
+  const RegisteredClass* related = nullptr;
+  std::ptrdiff_t longest = 0;
+  for (const auto& candidate : host_.classes()) {
+    const std::string& other = candidate->name;
+    const auto parting = std::mismatch(className.begin(), className.end(), other.begin(), other.end()).first;
+    const std::ptrdiff_t common = parting - className.begin();
+    if (common <= longest || search(other, name) == nullptr) continue;
+    related = candidate.get();
+    longest = common;
+  }
+  return related;
 }
 
 const Member* Members::search(const std::string& className, std::string_view name) {

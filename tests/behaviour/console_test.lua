@@ -42,7 +42,7 @@ for key, value in pairs(m) do
 end
 assert(table.concat(keys, " ") == "-2 " .. math.maxinteger and m.Count == 1)
 fails("as in: for key, value in pairs(m) do", "for key in m do end", "for key in m.Keys do end")
-fails("has no member 'Count'", "local x = #m.first")
+fails("has no member 'Count', but IntegerToIntegerOrderedMapQZR has", "local x = #m.first")
 
 -- Host exceptions are values.
 local done, exception = pcall(function() return m.value[8] end)
