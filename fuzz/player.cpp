@@ -328,11 +328,15 @@ Player::Value Player::argument(const host::DeclaredType& type, const Value& self
   }
   if (input_.oneIn(8)) return nullptr;
   if (const Value* const held = slotOfClass(type.name)) return *held;
+  Value made = nullptr;
   if (host::sameName(type.name, "Dictionary")) {
-    const Value* const talkative = slotOfClass("Talkative");
-    return talkative != nullptr ? *talkative : host_.dictionary();
+    if (const Value* const talkative = slotOfClass("Talkative")) return *talkative;
+    made = host_.dictionary();
+  } else if (input_.oneIn(2)) {
+    made = host_.instantiate(type.name);
   }
-  return input_.oneIn(2) ? host_.instantiate(type.name) : Value(nullptr);
+  setLevel(made, kDeepest);
+  return made;
 }
 
 Player::Value Player::integer() {
@@ -446,6 +450,10 @@ Player::Value Player::array(TypeKind kind) {
 
 void Player::keep(Value value, Level level) {
   setLevel(value, level);
+  if (walkerOf(value) != nullptr) {
+    const ClassFacts& facts = *factsOf(host_.className(value));
+    addressesCount_ = addressesCount_ || (facts.ordered && facts.key == behaviour::Kind::kVariant);
+  }
   Value& slot = anySlot();
   std::swap(slot, value);  // the old one goes, and may play, when the new one is in place
 }

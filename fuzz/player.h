@@ -33,7 +33,7 @@ class Player {
 
   std::uint64_t steps() const { return steps_; }
   /// Whether what the script sees depends on nothing but the input.
-  bool repeats() const { return !objects_; }
+  bool repeats() const { return !objects_ && !addressesCount_; }
   /// Of everything that the script saw: the same for every run of the same input.
   std::uint64_t digest() const { return digest_; }
 
@@ -75,6 +75,8 @@ class Player {
   host::Host& host_;
   Input& input_;
   std::array<Value, 24> slots_;
+  /// By address: an object that is made anew gets its level at once, or it would have that of one that is
+  /// gone.
   std::unordered_map<const void*, Level> levels_;
   std::unordered_map<std::string, Walker> walkers_;
   struct Misfortune {
@@ -87,7 +89,8 @@ class Player {
     return failed_ ? Findable::kNone : oddTexts_ ? Findable::kCaseSensitive : Findable::kAll;
   }
 
-  bool oddTexts_ = false;  ///< some that the host may not be able to read
+  bool addressesCount_ = false;  ///< where variants of several types are ordered
+  bool oddTexts_ = false;        ///< some that the host may not be able to read
   bool failed_ = false;  ///< a service or an allocation, since the beginning: texts may not be what they were
   bool ending_ = false;
   const bool traces_ = std::getenv("VORNIK_FUZZ_TRACE") != nullptr;  ///< every operation, on standard error

@@ -98,6 +98,7 @@ inline host::Value valueOf(Kind kind, int i) {
 inline std::string show(const host::Value& value) {
   if (value.isNil()) return "nil";
   const host::Value plain = host::Host::current().unbox(value);
+  if (plain.isNil()) return "nil";
   if (const auto* integer = std::get_if<std::int64_t>(&plain.held())) return std::to_string(*integer);
   if (const auto* boolean = std::get_if<bool>(&plain.held())) return *boolean ? "true" : "false";
   if (const auto* number = std::get_if<double>(&plain.held())) return std::to_string(*number);
