@@ -1,18 +1,12 @@
 #include "host/declaration.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <stdexcept>
 #include <string>
 
-#include "host/ffi_call.h"
-
 namespace vornik::host {
 namespace {
-
-using Kind = DeclaredType::Kind;
 
 std::string describe(const DeclaredType& type) {
   static const char* const kLetters = "-ibdsvo";
@@ -85,50 +79,6 @@ TEST(Declaration, NamesTheColumnOfAFault) {
                               ": " + c.reason);
     }
   }
-}
-
-TEST(Declaration, NamesCompareWithoutRegardToAsciiCaseOnly) {
-  EXPECT_TRUE(sameName("MoveNext", "mOVEnEXT"));
-  EXPECT_FALSE(sameName("MoveNext", "MoveNex"));
-  EXPECT_FALSE(sameName("[", "{"));
-  EXPECT_FALSE(sameName("\xC3\x84", "\xC3\xA4"));
-}
-
-template <typename Function>
-REALproc asProc(Function* function) {
-  return reinterpret_cast<REALproc>(function);
-}
-
-// Stand for registered functions.
-std::uint8_t both(std::uint8_t* flags, std::uint8_t first, double number, std::uint8_t second) {
-  flags[0] = first;
-  flags[1] = second;
-  return number == 0.125 ? 0x81 : 0;
-}
-double half(const void*, double number) {
-  return number / 2;
-}
-const void* same(const void*, const void* handle) {
-  return handle;
-}
-
-TEST(CallFunction, PassesEveryKindUnchanged) {
-  const auto bits = [](auto v) { return std::bit_cast<std::uint64_t>(v); };
-  std::uint8_t flags[] = {2, 2};
-  // The bytes above a Boolean must not matter.
-  const RawArgument mixed[] = {{Kind::kBoolean, false, 0xABCDEF01},
-                               {Kind::kDouble, false, bits(0.125)},
-                               {Kind::kBoolean, false, 0xFF00}};
-  EXPECT_EQ(callFunction(asProc(both), flags, mixed, Kind::kBoolean, false), 0x81u);
-  EXPECT_THAT(flags, testing::ElementsAre(1, 0));
-
-  const RawArgument number[] = {{Kind::kDouble, false, bits(5.0)}};
-  EXPECT_EQ(callFunction(asProc(half), flags, number, Kind::kDouble, false), bits(2.5));
-  // An array of Booleans is an address, not a byte.
-  const RawArgument array[] = {{Kind::kBoolean, true, bits(&flags)}};
-  EXPECT_EQ(callFunction(asProc(same), flags, array, Kind::kBoolean, true), bits(&flags));
-  const RawArgument nothing[] = {{}};
-  EXPECT_THROW(callFunction(asProc(same), flags, nothing, Kind::kObject, false), std::invalid_argument);
 }
 
 }  // namespace

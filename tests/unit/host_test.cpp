@@ -1,0 +1,162 @@
+// The stand-in host's services, called the way a library calls them: what the library's own tests would not
+// notice, above all a host that has become blind to their mistakes.
+#include "host/host.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+
+namespace vornik::host {
+namespace {
+
+using Object = REALobjectStruct*;
+using String = REALstringStruct*;
+
+template <typename Result, typename... Arguments>
+Result service(const char* name, Arguments... arguments) {
+  return reinterpret_cast<Result (*)(Arguments...)>(Host::resolve(name))(arguments...);
+}
+String newString(const char* text) {
+  return service<String, const void*>("REALBuildStringWithEncoding", text,
+                                      static_cast<std::int32_t>(std::strlen(text)),
+                                      std::uint32_t{kEncodingUTF8});
+}
+void unlock(String string) {
+  service<void>("REALUnlockString", string);
+}
+Object object(const Value& value) {
+  return value.object().get();
+}
+
+TEST(HostLedger, CountsThingsAndReferences) {
+  Value orphan;
+  {
+    Host host;
+    const Value text = "shared";
+    const Value list = host.array(kArrayOfStrings, {text, text});
+    const Value boxed = host.array(kArrayOfVariants, {text, 1, nullptr});
+    EXPECT_EQ(host.references(text), 4);
+    EXPECT_EQ(host.references(list), 1);
+    EXPECT_EQ(host.ledger(), (Host::Ledger{5, 8}));
+    orphan = "outlives its host";
+  }
+  Host host;
+  orphan = Value();
+  EXPECT_EQ(host.ledger(), Host::Ledger());
+}
+
+TEST(HostLedger, NamesWhatIsLeftAndEndsWhatIsNot) {
+  Host host;
+  newString("forgotten");
+  EXPECT_EQ(host.leftovers(), std::vector<std::string>{"string \"forgotten\" #1, 1 reference"});
+  // No array may be torn down around a destructor that looks at the ledger.
+  std::uint64_t seen = 99;
+  Value list =
+      host.array(kArrayOfVariants, {host.scriptObject("Script", [&] { seen = host.ledger().things; })});
+  EXPECT_EQ(seen, 99U);
+  list = Value();
+  EXPECT_EQ(seen, 2U) << "what is left over and the object itself, until its destructor is done";
+  EXPECT_EQ(host.ledger().things, 1U);
+}
+
+TEST(HostLedgerDeathTest, MisuseAborts) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  Host host;
+  const String once = newString("once");
+  unlock(once);
+  EXPECT_DEATH(unlock(once), "giving back string \"once\" #1, which has ended");
+  EXPECT_DEATH(service<const char*>("StringGetCString", once), "use of string \"once\" #1, which has ended");
+  alignas(16) char nothing[64] = {};
+  EXPECT_DEATH(unlock(reinterpret_cast<String>(nothing)), "giving back 0x[0-9a-f]+, which is no handle");
+  EXPECT_DEATH(service<void>("REALUnlockObject", newString("text")),
+               "counting as an object of string \"text\" #2");
+  // A handle is known for a while after its thing has ended.
+  for (int i = 0; i < 1000; ++i) unlock(newString("another"));
+  EXPECT_DEATH(unlock(once), "giving back string \"once\" #1, which has ended");
+}
+
+TEST(HostExceptions, TheFirstOfACallIsDeliveredAndThoseOfCallsWithinItAreTheirs) {
+  Host host;
+  const auto raise = [](const char* className) {
+    const auto exception = ObjectRef::adopt(service<Object>("PluginNewInstance", className));
+    service<void>("RuntimeRaiseException", exception.get());
+  };
+  const auto delivered = [](Host::PluginCall& call) {
+    try {
+      call.finish();
+    } catch (const ScriptException& exception) {
+      return exception.className();
+    }
+    return std::string();
+  };
+  Host::PluginCall outer;
+  raise("KeyNotFoundException");
+  {
+    Host::PluginCall inner;
+    EXPECT_EQ(delivered(inner), "");
+    Host::PluginCall failing;
+    raise("OutOfBoundsException");
+    EXPECT_EQ(delivered(failing), "OutOfBoundsException");
+  }
+  raise("RuntimeException");
+  EXPECT_EQ(delivered(outer), "KeyNotFoundException");
+}
+
+TEST(HostVariants, Convert) {
+  Host host;
+  const struct {
+    VariantType type;
+    Value value;
+    bool isUnsigned;
+    std::int64_t integer;
+    double number;
+    const char* text;
+  } rows[] = {
+      {VariantType::kString, "12", false, 12, 12.0, "12"},
+      {VariantType::kDouble, -2.5, false, -2, -2.5, "-2.5"},
+      {VariantType::kDouble, 1e300, false, INT64_MAX, 1e300, "1e+300"},
+      {VariantType::kSingle, 0.1, false, 0, 0.1F, "0.10000000149011612"},
+      {VariantType::kBoolean, true, false, 1, 1.0, "True"},
+      {VariantType::kInt64, -1, true, -1, 18446744073709551616.0, "18446744073709551615"},
+      {VariantType::kInt32, -1, true, 0xFFFFFFFF, 4294967295.0, "4294967295"},
+  };
+  for (const auto& row : rows) {
+    const Value variant = host.variant(row.type, row.value, row.isUnsigned);
+    EXPECT_EQ(service<std::int64_t>("VariantToInt64", object(variant)), row.integer) << row.text;
+    EXPECT_EQ(service<double>("VariantToDouble", object(variant)), row.number) << row.text;
+    const Value text = StringRef::adopt(service<String>("VariantToString", object(variant)));
+    EXPECT_EQ(text.text(), row.text);
+  }
+  EXPECT_EQ(service<std::int64_t>("VariantToInt64", object(host.variant(VariantType::kDouble, NAN))), 0);
+  EXPECT_EQ(service<std::uint32_t>("VariantHash", object(host.variant(VariantType::kDouble, 0.0))),
+            service<std::uint32_t>("VariantHash", object(host.variant(VariantType::kDouble, -0.0))));
+}
+
+TEST(HostServices, CanBeWithheldCountedAndMadeToFail) {
+  const char* const kLength = "LenB( s as string ) as integer";
+  Host host({.version = std::nullopt, .withheld = {"REALinRuntime", kLength}});
+  for (const char* name : {"REALinRuntime", "REALGetRBVersion", "NoSuchService"}) {
+    EXPECT_EQ(Host::resolve(name), nullptr) << name;
+  }
+  EXPECT_EQ(service<void*>("REALLoadGlobalMethod", nullptr, kLength), nullptr);
+  host.withhold("REALinRuntime", false);
+  EXPECT_NE(Host::resolve("REALinRuntime"), nullptr);
+
+  const auto works = [] {
+    return bool(ObjectRef::adopt(service<Object>("IntegerToVariant", std::int64_t{1})));
+  };
+  host.resetCalls();
+  EXPECT_TRUE(works());
+  host.failFrom("IntegerToVariant", 2, 2);
+  for (const bool expected : {true, false, false, true}) EXPECT_EQ(works(), expected);
+  EXPECT_EQ(host.calls().at("IntegerToVariant"), 5U);
+  host.failFrom("IntegerToVariant", 1);
+  EXPECT_FALSE(works());
+  host.failFrom("IntegerToVariant", 0);
+  EXPECT_TRUE(works());
+  EXPECT_THROW(host.failFrom("NoSuchService", 1), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace vornik::host
