@@ -26,24 +26,6 @@ namespace {
 struct Owner {};
 using Table = PositionTable<Owner, int>;
 
-TEST(Positions, ASlotThatIsFreedLeavesItsHandlesStaleForEver) {
-  Owner owner;
-  std::set<PositionHandle> stale;
-  for (int round = 0; round < 1000; ++round) {
-    EndPosition<Table> end;
-    const PositionHandle handle = end.handle(&owner);
-    EXPECT_EQ(end.handle(&owner), handle);
-    ASSERT_NE(Table::resolve(handle), nullptr);
-    EXPECT_EQ(Table::resolve(handle)->owner, &owner);
-    Table::move(static_cast<SlotNumber>(handle), round, 7);
-    EXPECT_EQ(Table::resolve(handle)->node, round);
-    EXPECT_EQ(Table::resolve(handle)->index, 7u);
-    for (const PositionHandle old : stale) ASSERT_EQ(Table::resolve(old), nullptr);
-    ASSERT_TRUE(stale.insert(handle).second);
-    ASSERT_EQ(static_cast<SlotNumber>(handle), static_cast<SlotNumber>(*stale.begin())) << "a slot is reused";
-  }
-}
-
 TEST(Positions, UnusedBlocksGiveTheirMemoryBackAndOldHandlesStayStale) {
   struct Own {};
   using OwnTable = PositionTable<Own>;
