@@ -86,10 +86,6 @@ struct CountedKey {
   std::int64_t id;
 };
 
-struct CountedProbe {
-  std::int64_t number;
-};
-
 /// Ids tell entries apart also where their numbers are the same or their order is none.
 struct CountedDetail {
   std::int64_t id;
@@ -101,21 +97,21 @@ std::int64_t nextId() {
 }
 
 struct TestOrder {
-  using Probe = CountedProbe;
+  using Probe = std::int64_t;
   using Number = std::int64_t;
   using Detail = CountedDetail;
   struct Shared {};
   static constexpr bool kLooksAtTheLastFirst = true;
   static bool isBefore(const Routes<TestOrder>& routes, unsigned index, Probe probe) {
-    return routes.numbers[index] < probe.number;
+    return routes.numbers[index] < probe;
   }
   template <Bound kBound>
   static Found search(const Routes<TestOrder>& routes, unsigned capacity, unsigned count, Probe probe) {
-    const unsigned below = countBelow(routes.numbers, capacity, probe.number);
-    const bool exact = below < count && routes.numbers[below] == probe.number;
+    const unsigned below = countBelow(routes.numbers, capacity, probe);
+    const bool exact = below < count && routes.numbers[below] == probe;
     return {below + (kBound == Bound::kUpper && exact), exact};
   }
-  static Number number(Probe probe, Shared) { return probe.number; }
+  static Number number(Probe probe, Shared) { return probe; }
   static Detail hold(Probe) { return {nextId()}; }
   static Detail hold(Detail) { return {nextId()}; }
   static std::int64_t lend(Number number, Detail) { return number; }

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 
 namespace vornik::host {
@@ -24,9 +23,6 @@ String newString(const char* text) {
 }
 void unlock(String string) {
   service<void>("REALUnlockString", string);
-}
-Object object(const Value& value) {
-  return value.object().get();
 }
 
 TEST(HostLedger, CountsThingsAndReferences) {
@@ -101,36 +97,6 @@ TEST(HostExceptions, TheFirstOfACallIsDeliveredAndThoseOfCallsWithinItAreTheirs)
   }
   raise("RuntimeException");
   EXPECT_EQ(delivered(outer), "KeyNotFoundException");
-}
-
-TEST(HostVariants, Convert) {
-  Host host;
-  const struct {
-    VariantType type;
-    Value value;
-    bool isUnsigned;
-    std::int64_t integer;
-    double number;
-    const char* text;
-  } rows[] = {
-      {VariantType::kString, "12", false, 12, 12.0, "12"},
-      {VariantType::kDouble, -2.5, false, -2, -2.5, "-2.5"},
-      {VariantType::kDouble, 1e300, false, INT64_MAX, 1e300, "1e+300"},
-      {VariantType::kSingle, 0.1, false, 0, 0.1F, "0.10000000149011612"},
-      {VariantType::kBoolean, true, false, 1, 1.0, "True"},
-      {VariantType::kInt64, -1, true, -1, 18446744073709551616.0, "18446744073709551615"},
-      {VariantType::kInt32, -1, true, 0xFFFFFFFF, 4294967295.0, "4294967295"},
-  };
-  for (const auto& row : rows) {
-    const Value variant = host.variant(row.type, row.value, row.isUnsigned);
-    EXPECT_EQ(service<std::int64_t>("VariantToInt64", object(variant)), row.integer) << row.text;
-    EXPECT_EQ(service<double>("VariantToDouble", object(variant)), row.number) << row.text;
-    const Value text = StringRef::adopt(service<String>("VariantToString", object(variant)));
-    EXPECT_EQ(text.text(), row.text);
-  }
-  EXPECT_EQ(service<std::int64_t>("VariantToInt64", object(host.variant(VariantType::kDouble, NAN))), 0);
-  EXPECT_EQ(service<std::uint32_t>("VariantHash", object(host.variant(VariantType::kDouble, 0.0))),
-            service<std::uint32_t>("VariantHash", object(host.variant(VariantType::kDouble, -0.0))));
 }
 
 TEST(HostServices, CanBeWithheldCountedAndMadeToFail) {
