@@ -7,7 +7,11 @@ namespace {
 
 struct Maps : ContainerTest {};
 VORNIK_FOR_CLASSES(Maps, isMap);
-struct ReferenceMaps : ContainerTest {};
+struct ReferenceMaps : ContainerTest {
+  Value shared() {
+    return facts().value == kText ? Value("shared") : host().variant(host::VariantType::kInt64, 5);
+  }
+};
 VORNIK_FOR_CLASSES(ReferenceMaps, [](const ClassFacts& f) { return f.isMap() && f.value != kInt; });
 struct Sets : ContainerTest {};
 VORNIK_FOR_CLASSES(Sets, [](const ClassFacts& f) { return !f.isMap(); });
@@ -55,7 +59,7 @@ TEST_P(Maps, CopyFailures) {
 
 TEST_P(ReferenceMaps, LeaveNoEntryBehindTheCacheWhenACopyFails) {
   const Value map = make({1});
-  const Value held = facts().value == kText ? Value("held") : host().variant(host::VariantType::kInt64, 5);
+  const Value held = shared();
   const std::int64_t before = host().references(held);
   call(map, "Keys");
   const Value first = call(map, "first"), last = call(map, "last");
@@ -67,7 +71,7 @@ TEST_P(ReferenceMaps, LeaveNoEntryBehindTheCacheWhenACopyFails) {
 }
 
 TEST_P(ReferenceMaps, HoldValuesOnceAndShareThemWithCopies) {
-  const Value held = facts().value == kText ? Value("shared") : host().variant(host::VariantType::kInt64, 5);
+  const Value held = shared();
   const std::int64_t before = host().references(held);
   const auto taken = [&] { return host().references(held) - before; };
   const Value map = make();

@@ -282,11 +282,8 @@ TYPED_TEST(OrderedTreeOracle, LosesNothingWhateverComparisonsAnswer) {
     } else if (!entries.empty()) {
       const auto first = tree.lowerBound({step}), last = tree.upperBound({step});
       if (choice < 96 || !tree.reaches(first, last)) {
-        const auto place =
-            Tree::locate(std::next(entries.begin(),
-                                   static_cast<long>(random() % std::min<std::size_t>(entries.size(), 50)))
-                             ->second)
-                .place;
+        const auto nth = static_cast<long>(random() % std::min<std::size_t>(entries.size(), 50));
+        const auto place = Tree::locate(std::next(entries.begin(), nth)->second).place;
         ASSERT_NE(place, tree.end());
         entries.erase(idOf(place));
         const auto removed = tree.extract(place);

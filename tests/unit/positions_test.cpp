@@ -14,6 +14,10 @@ struct PositionTableTest {
     Table::slotOf(number).generation = generation;
   }
   template <typename Table>
+  static std::uint32_t blocks() {
+    return Table::blockCount_;
+  }
+  template <typename Table>
   static int blocksInMemory() {
     int blocks = 0;
     for (std::uint32_t i = 0; i < Table::blockCount_; ++i) blocks += Table::blocks_[i].slots != nullptr;
@@ -43,6 +47,7 @@ TEST(Positions, UnusedBlocksGiveTheirMemoryBackAndOldHandlesStayStale) {
       if (i != used / 2) OwnTable::free(static_cast<SlotNumber>(handles[i]));
     }
     EXPECT_LE(PositionTableTest::blocksInMemory<OwnTable>(), 2);
+    EXPECT_LE(PositionTableTest::blocks<OwnTable>(), 3000 / 256 + 1u) << "slots are reused";
     EXPECT_EQ(OwnTable::resolve(handles[used / 2])->index, used / 2);
     OwnTable::free(static_cast<SlotNumber>(handles[used / 2]));
     for (const PositionHandle handle : handles) EXPECT_TRUE(stale.insert(handle).second);
