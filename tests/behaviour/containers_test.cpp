@@ -66,7 +66,8 @@ TEST_P(Containers, RemoveLetsNilAndUnplacedIteratorsPass) {
   EXPECT_EQ(content(container), entries({1, 2}));
 }
 
-TEST_P(Containers, PositionsOutliveTheirContainer) {
+/// What short random runs do not come to: containers that are gone, and reversed ranges of hash classes.
+TEST_P(Containers, MisusedPositionsRaiseAndChangeNothing) {
   const Value orphan = call(make({1}), "first"), orphanEnd = call(make({1}), "last");
   const Value container = make({1, 2}), first = call(container, "first"), last = call(container, "last");
   for (const Value& gone : {orphan, orphanEnd}) {
@@ -75,6 +76,8 @@ TEST_P(Containers, PositionsOutliveTheirContainer) {
     for (const Values& positions : {Values{gone}, Values{first, gone}, Values{gone, last}})
       EXPECT_EQ(answer(container, "Remove", positions), kStale);
   }
+  for (const Value& from : {nth(container, 1), last})
+    EXPECT_EQ(answer(container, "Remove", {from, first}), kReversed);
   EXPECT_EQ(content(container), entries({1, 2}));
 }
 
