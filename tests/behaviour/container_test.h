@@ -88,6 +88,9 @@ class ContainerSuite : public testing::Test {
   }
   static Value key(int i) { return keyOf(facts().key, i); }
   static Value value(int i) { return valueOf(facts().value, i); }
+  static Value keyOfText(const Value& text) {
+    return facts().key == kText ? text : Host::current().variant(host::VariantType::kString, text);
+  }
   static std::string neutral(Kind kind) { return kind == Kind::kInteger ? "0" : "nil"; }
 
   static Values constructorArguments() {

@@ -1,14 +1,13 @@
-// What objects without a container and iterators without an entry raise, and the bucket counts of hash
-// tables. What the operations answer is the differential suite's to check.
+// What objects without a container and iterators without a position raise. What all other operations answer
+// is the differential suite's to check.
 #include "tests/behaviour/container_test.h"
 
 namespace vornik::behaviour {
 namespace {
 
-using testing::ElementsAre;
-
 struct Containers : ContainerTest {};
 VORNIK_FOR_CLASSES(Containers, anyClass);
+
 TEST_P(Containers, WithoutAContainerRaise) {
   const Value object = unmade(), other = make({1});
   const bool map = facts().isMap();
@@ -67,48 +66,19 @@ TEST_P(Containers, RemoveLetsNilAndUnplacedIteratorsPass) {
   EXPECT_EQ(content(container), entries({1, 2}));
 }
 
+/// What short random runs do not come to: containers that are gone, and reversed ranges of hash classes.
 TEST_P(Containers, MisusedPositionsRaiseAndChangeNothing) {
-  const Value orphan = call(make({1}), "first"),
-              orphanEnd = call(make({1}), "last");  // of containers that are gone
-  const Value container = make({1, 2, 3}), other = make({1, 2}), empty = make();
-  const Value first = call(container, "first"), last = call(container, "last"), gone = nth(container, 1);
-  const Value foreign = call(other, "first"), otherEnd = call(other, "last");
-  call(container, "Remove", {gone});
-  const Texts left = content(container);
-  for (const auto& [bad, exception] :
-       {std::pair(gone, kStale), std::pair(orphan, kStale), std::pair(orphanEnd, kStale),
-        std::pair(foreign, kForeign), std::pair(otherEnd, kForeign)}) {
-    for (const Values& positions : {Values{bad}, Values{first, bad}, Values{bad, last}})
-      EXPECT_EQ(answer(container, "Remove", positions), exception);
+  const Value orphan = call(make({1}), "first"), orphanEnd = call(make({1}), "last");
+  const Value container = make({1, 2}), first = call(container, "first"), last = call(container, "last");
+  for (const Value& gone : {orphan, orphanEnd}) {
+    for (const char* method : {"Key", "MoveNext", facts().ordered ? "MovePrev" : "Key"})
+      EXPECT_EQ(answer(gone, method), kStale) << method;
+    for (const Values& positions : {Values{gone}, Values{first, gone}, Values{gone, last}})
+      EXPECT_EQ(answer(container, "Remove", positions), kStale);
   }
-  EXPECT_EQ(answer(container, "Remove", {last}), kAtEnd);
   for (const Value& from : {nth(container, 1), last})
     EXPECT_EQ(answer(container, "Remove", {from, first}), kReversed);
-  for (const char* method : {"Key", "MoveNext", facts().isMap() ? "Value" : "Key"}) {
-    for (const Value& stale : {gone, orphan, orphanEnd}) EXPECT_EQ(answer(stale, method), kStale) << method;
-    EXPECT_EQ(answer(last, method), kAtEnd) << method;
-  }
-  if (facts().ordered) {
-    EXPECT_EQ(answer(gone, "MovePrev"), kStale);
-    EXPECT_EQ(answer(first, "MovePrev"), kAtFirst);
-    EXPECT_EQ(answer(call(empty, "last"), "MovePrev"), kAtFirst);
-  }
-  EXPECT_TRUE(equal(first, call(container, "first")) && atEnd(container, last)) << "failed steps go nowhere";
-  EXPECT_EQ(content(container), left);
-  EXPECT_EQ(content(other), entries({1, 2}));
-}
-
-TEST_P(Containers, HashTablesGrowByPrimesAndNeverShrink) {
-  if (facts().ordered) return;
-  const Value container = make();
-  std::vector<std::int64_t> bins;
-  for (int i = 0; i < 7; ++i) {
-    bins.push_back(host().get(container, "BinCount").integer());
-    put(container, i);
-  }
-  EXPECT_THAT(bins, ElementsAre(0, 2, 2, 5, 5, 5, 11));
-  call(container, "Clear");
-  EXPECT_EQ(host().get(container, "BinCount").integer(), 11);
+  EXPECT_EQ(content(container), entries({1, 2}));
 }
 
 }  // namespace

@@ -96,19 +96,6 @@ TEST_P(Indexed, AddKeysAndValuesAheadOfWhatAnArrayHolds) {
   }
 }
 
-TEST_F(ArrayHosts, MayLayArraysOutInAnyWay) {
-  for (const auto layout : {HostOptions::ArrayLayout::kDocumented, HostOptions::ArrayLayout::kOther}) {
-    start({.version = 2021.0, .arrayLayout = layout});
-    // In the first round the library looks at the layout.
-    for (int round = 0; round < 2; ++round) {
-      host().resetCalls();
-      forSubjectsWhere(anyClass, [&] { expectAgreement(make({3, 1, 2})); });
-    }
-    const std::uint64_t procedures = host().calls()["PluginIntegerArrayGetProc()"];
-    EXPECT_EQ(procedures == 0, layout == HostOptions::ArrayLayout::kDocumented) << procedures;
-  }
-}
-
 TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
   start({.withheld = {"RuntimeArrayCreateSingleDimBoundedArray"}});
   forSubjectsWhere(anyClass, [&] {

@@ -106,43 +106,29 @@ struct KeyOrder : ContainerTest {
   Sample sample(Type type, bool isUnsigned) {
     if (facts().key == kText) return textSample();
     Sample sample;
-    switch (type) {
-      case Type::kString:
-      case Type::kText:
-        sample = textSample();
-        sample.key = host().variant(type, sample.key);
-        return sample;
-      case Type::kInt64: {
-        const auto number = randomNumber<std::int64_t>();
-        sample.number = isUnsigned ? static_cast<long double>(static_cast<std::uint64_t>(number)) : number;
-        sample.key = host().variant(type, number, isUnsigned);
-        return sample;
-      }
-      case Type::kInt32:
-      case Type::kColor: {
-        const auto number = randomNumber<std::int32_t>();
-        const bool counts = isUnsigned || type == Type::kColor;
-        sample.number = counts ? static_cast<long double>(static_cast<std::uint32_t>(number)) : number;
-        sample.key = host().variant(type, std::int64_t{number}, isUnsigned);
-        return sample;
-      }
-      case Type::kSingle: {
-        const auto number = randomNumber<float>();
-        sample.number = number;
-        sample.key = host().variant(type, double{number});
-        return sample;
-      }
-      case Type::kBoolean:
-        sample.number = below(2);
-        sample.key = host().variant(type, sample.number != 0);
-        return sample;
-      default: {
-        const double number = type == Type::kCurrency ? below(100000) / 16.0 : randomNumber<double>();
-        sample.number = number;
-        sample.key = host().variant(type, number);
-        return sample;
-      }
+    const auto of = [&](auto number, long double asOrdered) {
+      sample.number = asOrdered;
+      sample.key = host().variant(type, number, isUnsigned);
+    };
+    if (type == Type::kString || type == Type::kText) {
+      sample = textSample();
+      sample.key = host().variant(type, sample.key);
+    } else if (type == Type::kInt64) {
+      const auto number = randomNumber<std::int64_t>();
+      of(number, isUnsigned ? static_cast<long double>(static_cast<std::uint64_t>(number)) : number);
+    } else if (type == Type::kInt32 || type == Type::kColor) {
+      const std::int64_t number = randomNumber<std::int32_t>();
+      of(number, isUnsigned || type == Type::kColor ? static_cast<std::uint32_t>(number) : number);
+    } else if (type == Type::kBoolean) {
+      const bool flag = below(2) != 0;
+      of(flag, flag);
+    } else {
+      const double number = type == Type::kSingle     ? double{randomNumber<float>()}
+                            : type == Type::kCurrency ? below(100000) / 16.0
+                                                      : randomNumber<double>();
+      of(number, number);
     }
+    return sample;
   }
 
   /// The mirror's view of an entry: what it is ordered by, and the key object that went in.
@@ -229,8 +215,7 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
   const auto wide = [&](std::string_view text) {
     std::string bytes;
     for (const char c : text) bytes += {c, '\0'};
-    const Value string = host().string(bytes, kEncodingUTF16);
-    return facts().key == kText ? string : host().variant(Type::kString, string);
+    return keyOfText(host().string(bytes, kEncodingUTF16));
   };
   for (const char* service : {"PluginGetStringData", "StringGetCString", "REALGetStringEncoding",
                               "RuntimeStringCompare", "VariantToString", "VariantToInt32"}) {
@@ -258,27 +243,29 @@ TEST_P(KeyOrder, ThatChangesItsMindLosesNothing) {
 TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   if (!caseSensitive()) return;
   const auto textKey = [&](int i) {
-    const std::string text = i == -1      ? "a"
-                             : i == -1000 ? "z"
-                                          : std::string(30, 'p') + std::to_string(1000 + i);
-    const Value string = host().string(text);
-    return facts().key == kText ? string : host().variant(Type::kString, string);
+    const std::string shared(30, 'p');
+    return keyOfText(i == -1 ? "a" : i == -1000 ? "z" : shared + std::to_string(1000 + i));
   };
-  const auto callsOf = [&](const Value& container, const Value& key) {
+  const Value container = make(), one = make();
+  const auto insert = [&](int i) { add(container, textKey(i), value(1)); };
+  const auto remove = [&](int i) { call(container, "Remove", {textKey(i)}); };
+  const auto callsOf = [&](const Value& searched, const Value& key) {
     host().resetCalls();
-    EXPECT_EQ(answer(container, "CountKey", {key}), "1");
+    EXPECT_EQ(answer(searched, "CountKey", {key}), "1");
     std::uint64_t sum = 0;
     for (const auto& [service, calls] : host().calls()) sum += calls;
     return sum;
   };
+  const auto expectFound = [&](int from, int to, int step) {
+    for (int i = from; i < to; i += step) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+  };
   std::vector<int> numbers(2800);
   std::iota(numbers.begin(), numbers.end(), 0);
   std::shuffle(numbers.begin(), numbers.end(), random_);
-  const Value container = make(), one = make();
-  add(container, textKey(-1), value(1));
+  insert(-1);
   for (const int i : numbers) {
-    add(container, textKey(i), value(1));
-    if (count(container) == 20) call(container, "Remove", {textKey(-1)});
+    insert(i);
+    if (count(container) == 20) remove(-1);
   }
   const Value lone = textKey(0);
   add(one, lone, value(1));
@@ -287,28 +274,25 @@ TEST_P(KeyOrder, ASearchAsksTheHostAboutLittleElse) {
   for (const int i : numbers) ASSERT_EQ(callsOf(container, textKey(i)), ofTheProbe);
 
   // What shares nothing with the others comes to either end, and what was the greatest beside it goes.
-  for (const int i : {-1, -1000}) add(container, textKey(i), value(1));
+  for (const int i : {-1, -1000}) insert(i);
   for (int i = 0; i < 100; ++i) {
-    for (const int k : {100 - i, 2699 + i}) call(container, "Remove", {textKey(k)});
+    for (const int k : {100 - i, 2699 + i}) remove(k);
   }
-  for (int i = 101; i < 2699; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+  expectFound(101, 2699, 1);
   for (int i = 0; i < 100; ++i) {
-    for (const int k : {100 - i, 2699 + i}) add(container, textKey(k), value(1));
+    for (const int k : {100 - i, 2699 + i}) insert(k);
   }
 
   // What is told apart with less than they share comes between them, and all are still found.
-  add(container, textKey(-1), value(1));
-  for (int i = -900; i < -1; ++i) add(container, textKey(i), value(1));
-  for (int i = -900; i < 2800; ++i) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1");
+  for (int i = -900; i < 0; ++i) insert(i);
+  expectFound(-900, 2800, 1);
 
   // And again where most are gone, and nodes have merged that shared different beginnings.
+  for (int i = -900; i < 0; ++i) numbers.push_back(i);
   for (const int i : numbers) {
-    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
+    if (i % 30 != 0) remove(i);
   }
-  for (int i = -900; i < 0; ++i) {
-    if (i % 30 != 0) call(container, "Remove", {textKey(i)});
-  }
-  for (int i = -900; i < 2800; i += 30) ASSERT_EQ(answer(container, "CountKey", {textKey(i)}), "1") << i;
+  expectFound(-900, 2800, 30);
 }
 
 /// An inner node that has lost all children but one stays where its neighbours are full.

@@ -1,5 +1,6 @@
 // Giving back the last reference to a script's object runs the script's destructor in the middle of our call,
-// and that may do anything with the very container.
+// and that may do anything with the very container. Containers in containers in containers: what the last
+// reference to the outermost gives back, in which order, and on how little stack.
 #include <functional>
 #include <map>
 
@@ -42,39 +43,25 @@ struct Reentrancy : ContainerTest {
     operations["Value"] = [this](Value& c) { host().assign(call(c, "first"), "Value", {}, value(1)); };
     return operations;
   }
-  /// What destructors do to the container in the middle of its operation, and how many entries that leaves.
-  struct Mischief {
-    const char* name;
-    std::function<void(Value& container)> run;
-  };
-  std::vector<Mischief> mischiefs() {
-    const auto rebuild = [this](Value& c) {
+  /// What destructors do to the container in the middle of its operation.
+  Operations mischiefs() {
+    Operations all = operationsThatRemoveAll();
+    all["look"] = [this](Value& c) { EXPECT_EQ(visit(c).size(), static_cast<std::size_t>(count(c))); };
+    all["export"] = [this](Value& c) { call(c, "Keys"); };
+    all["insert"] = [this](Value& c) {
+      for (int i = 60; i < 90; ++i) put(c, i);
+    };
+    all["rebuild"] = [this](Value& c) {
       call(c, "Clear");
       put(c, 50);
-      put(c, 51);
     };
-    return {{"rebuild", rebuild},
-            {"look", [this](Value& c) { EXPECT_EQ(visit(c).size(), static_cast<std::size_t>(count(c))); }},
-            {"export", [this](Value& c) { call(c, "Keys"); }},
-            {"insert",
-             [this](Value& c) {
-               for (int i = 60; i < 90; ++i) put(c, i);
-             }},
-            {"remove",
-             [this](Value& c) {
-               call(c, "Remove", Values{call(c, "first"), call(c, "last")});
-             }},
-            {"Constructor", [this](Value& c) { call(c, "Constructor", constructorArguments()); }},
-            {"convert",
-             [this](Value& c) {
-               if (facts().isMap()) call(call(c, "Clone"), "CloneDictionary");
-             }},
-            {"drop", [](Value& c) { c = nullptr; }}};
+    if (facts().isMap()) all["convert"] = [this](Value& c) { call(call(c, "Clone"), "CloneDictionary"); };
+    return all;
   }
   void expectSafe(const Operations& operations, bool removeAll) {
-    for (const Mischief& mischief : mischiefs()) {
+    for (const auto& [code, mischief] : mischiefs()) {
       for (const auto& [name, operation] : operations) {
-        SCOPED_TRACE(name + " and " + mischief.name);
+        SCOPED_TRACE(name + " and " + code);
         Value container = make();
         Values iterators;
         int runs = 0;
@@ -82,7 +69,7 @@ struct Reentrancy : ContainerTest {
           ++runs;
           EXPECT_FALSE(Host::insidePlugin());
           for (const Value& iterator : iterators) EXPECT_EQ(answer(iterator, "Key"), kStale);
-          if (!container.isNil()) mischief.run(container);
+          if (!container.isNil()) mischief(container);
         };
         for (const int k : {1, 2, 3}) plant(container, k, destructor);
         if (!removeAll) call(container, "Keys");  // constructors leave the cache alone
@@ -150,26 +137,105 @@ TEST_P(Reentrancy, CachedValuesGoBeforeCachedKeys) {
   }
 }
 
-TEST_P(Reentrancy, TheCacheMayHoldTheLastReference) {
-  const Value container = make();
-  int runs = 0;
-  plant(container, 1, [&] {
-    ++runs;
-    put(container, 60);
-    call(container, "Keys");
-  });
-  call(container, "Keys");
-  if (facts().isMap()) {
-    host().assign(call(container, "first"), "Value", {}, value(1));
-    EXPECT_EQ(runs, 0) << "the array of values still holds it";
-    put(container, 2);
-    EXPECT_EQ(content(container), entries({1, 2, 60}));
-  } else {
-    call(container, "Clear");
-    EXPECT_EQ(content(container), entries({60}));
+struct Nesting : ContainerTest {
+  /// A container that holds `inner` and nothing else.
+  Value around(const Value& inner) {
+    Value outer = make();
+    add(outer, facts().isMap() ? key(1) : inner, inner);
+    return outer;
   }
-  EXPECT_EQ(runs, 1);
-  EXPECT_EQ(host().elements(call(container, "Keys")).size(), static_cast<std::size_t>(count(container)));
+  /// `depth` containers, each of which is the only holder of the one before.
+  Value chain(int depth) {
+    Value last = make();
+    for (int i = 1; i < depth; ++i) last = around(last);
+    return last;
+  }
+};
+VORNIK_FOR_CLASSES(Nesting, [](const ClassFacts& f) {
+  return (f.isMap() ? f.value : f.key) == kAny && f.key != kText;
+});
+
+TEST_P(Nesting, AMillionDeepGoesOnASmallStack) {
+  const auto things = host().ledger().things;
+  const auto goes = [&](int depth, auto release) {
+    Value outer = around(chain(depth));
+    release(outer);
+    outer = nullptr;
+    EXPECT_EQ(host().ledger().things, things);
+  };
+  goes(facts().key == kInt ? 1'000'000 : 30'000, [](Value& outer) { outer = nullptr; });
+  if (!caseSensitive()) return;
+  goes(30'000, [&](Value& outer) { call(outer, "Clear"); });
+  goes(30'000, [&](Value& outer) { call(outer, "Remove", {call(outer, "first")}); });
+  goes(30'000, [&](Value& outer) { call(outer, "Remove", {call(outer, "first"), call(outer, "last")}); });
+  goes(30'000, [&](Value& outer) { call(outer, "Constructor", constructorArguments()); });
+  if (!facts().isMap()) return;
+  goes(30'000, [&](Value& outer) { put(outer, 1); });
+  goes(30'000, [&](Value& outer) { host().assign(call(outer, "first"), "Value", {}, nullptr); });
+}
+
+/// Values that only the cache holds any more, in maps that a failed copy has left without a container.
+TEST_P(Nesting, TheCacheMayBeWhatHoldsTheNextOne) {
+  if (!facts().isMap()) return;
+  const auto before = host().ledger();
+  Value last = make();
+  for (int i = 0; i < 30'000; ++i) {
+    const Value outer = around(last);
+    call(outer, "Values");
+    if (i % 2 == 0) {
+      EXPECT_THROW(copyInto(outer, outer), host::ScriptException);
+    } else {
+      host().assign(call(outer, "first"), "Value", {}, nullptr);
+    }
+    last = outer;
+  }
+  last = nullptr;
+  EXPECT_EQ(host().ledger(), before);
+}
+
+TEST_P(Nesting, ContentsGoDepthFirstAndBeforeTheReleaseReturns) {
+  // Two branches at every level, each ending in an object that says when it goes.
+  std::vector<int> gone;
+  const auto witness = [&](int number) {
+    return host().scriptObject("Witness", [&gone, number] { gone.push_back(number); });
+  };
+  for (const int depth : {3, 80}) {
+    gone.clear();
+    Value outer = make();
+    const Value beyond = make();
+    for (int i = 0; i < depth; ++i) {
+      const Value inner = std::exchange(outer, make());
+      add(outer, facts().isMap() ? key(1) : inner, inner);
+      const Value object = witness(i);
+      add(outer, facts().isMap() ? key(2) : object, object);
+    }
+    const Value last = call(outer, "last");
+    const bool innerFirst = facts().isMap() && keys(outer).front() == show(key(1));
+    outer = nullptr;
+    ASSERT_EQ(gone.size(), static_cast<std::size_t>(depth));
+    EXPECT_EQ(answer(last, "MoveNext"), kStale);
+    if (!facts().isMap()) continue;
+    EXPECT_TRUE(innerFirst ? std::is_sorted(gone.begin(), gone.end())
+                           : std::is_sorted(gone.rbegin(), gone.rend()))
+        << depth;
+  }
+}
+
+/// However deep a container lies, its positions are stale when the first code runs that could come with one.
+TEST_P(Nesting, WhatWaitsToGoIsGoneForIterators) {
+  if (facts().key != kAny || !facts().isMap()) return;
+  int asked = 0;
+  Value outer = make({1});
+  for (int i = 0; i < 40; ++i) {
+    const Value inner = std::exchange(outer, make()), iterator = call(inner, "first");
+    const Value keyObject = host().scriptObject("Witness", [this, iterator, &asked] {
+      ++asked;
+      EXPECT_EQ(answer(iterator, "Key"), kStale);
+    });
+    add(outer, keyObject, inner);
+  }
+  outer = nullptr;
+  EXPECT_EQ(asked, 40);
 }
 
 }  // namespace

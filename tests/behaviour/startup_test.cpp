@@ -1,7 +1,8 @@
-// The library meeting its host: start-up, diagnostics, and exceptions on hosts that lack something.
+// The library meeting its host: what it registers, diagnostics, and exceptions on hosts that lack something.
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <fstream>
 
 #include "tests/behaviour/container_test.h"
 #include "tests/unit/captured_log.h"
@@ -82,8 +83,8 @@ TEST_F(Startup, WithoutNewInstancesOperationsAreNeutral) {
   });
 }
 
-TEST_F(Startup, NewInstancesMayHaveRunTheirConstructor) {
-  start({.instancesRunConstructor = true});
+TEST_F(Startup, NewInstancesMayHaveRunTheirConstructorAndKeepTheirDataFurtherOff) {
+  start({.instancesRunConstructor = true, .instanceGap = 1000});
   forSubjectsWhere(isMap, [&] {
     const Value map = make({1, 2, 3});
     const Value clone = call(map, "Clone");
@@ -108,6 +109,55 @@ TEST_F(Startup, ThreeServicesAreEnoughAndNoneIsSafe) {
   void* entry = dlsym(dlopen(VORNIK_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL), "REALPluginMain");
   ASSERT_NE(entry, nullptr);
   reinterpret_cast<decltype(&REALPluginMain)>(entry)(nullptr);
+}
+
+struct Definitions : ContainerSuite {
+  /// Everything the interface lets a record hold that these do not use.
+  static bool isPlain(const REALclassDefinition& record) {
+    return record.superclassName == nullptr && record.constructor == nullptr && record.eventCount == 0 &&
+           record.eventInstanceCount == 0 && record.interfaces == nullptr && record.attributeCount == 0 &&
+           record.constantCount == 0 && record.sharedPropertyCount == 0 && record.sharedMethodCount == 0 &&
+           record.delegateCount == 0 && record.enumCount == 0;
+  }
+
+  static std::string flags(std::uint32_t flags) { return ", flags " + std::to_string(flags); }
+
+  static std::string line(const REALproperty& record) {
+    EXPECT_TRUE(record.setter == nullptr && record.editor == nullptr && record.enumCount == 0 &&
+                record.attributeCount == 0)
+        << record.name;
+    const bool byHost = reinterpret_cast<std::uintptr_t>(record.getter) == ~std::uintptr_t{0};
+    return std::string("  property ") + record.name + " as " + record.type + flags(record.flags) +
+           (byHost ? ", read by the host at " + std::to_string(record.parameter) : "");
+  }
+
+  static std::string line(const REALmethodDefinition& record) {
+    EXPECT_EQ(record.attributeCount, 0u) << record.declaration;
+    return std::string("  method ") + record.declaration + flags(record.flags) +
+           (record.setter != nullptr ? ", assignable" : "");
+  }
+
+  static Texts block(const REALclassDefinition& record) {
+    EXPECT_TRUE(isPlain(record)) << record.name;
+    Texts lines{std::string("class ") + record.name + ": " + std::to_string(record.dataSize) + " bytes" +
+                flags(record.flags) + (record.destructor != nullptr ? ", destructor" : "")};
+    for (std::uint64_t i = 0; i < record.propertyCount; ++i) lines.push_back(line(record.properties[i]));
+    for (std::uint64_t i = 0; i < record.methodCount; ++i) lines.push_back(line(record.methods[i]));
+    return lines;
+  }
+};
+
+TEST_F(Definitions, AreAsTheFactsSay) {
+  std::ifstream file(VORNIK_CLASS_FACTS);
+  Texts facts, registered;
+  for (std::string text; std::getline(file, text);) {
+    if (!text.empty()) facts.push_back(text);
+  }
+  ASSERT_FALSE(facts.empty());
+  for (const auto& type : host().classes()) {
+    for (const std::string& text : block(*type->definition)) registered.push_back(text);
+  }
+  EXPECT_THAT(registered, testing::ElementsAreArray(facts));
 }
 
 }  // namespace

@@ -1,62 +1,21 @@
-// The hash table when memory runs out, at every allocation of an insertion. Replaces this program's
-// allocation functions.
+// The hash table when memory runs out, at every allocation of an insertion.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <map>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include "host/host.h"
 #include "plugin/structures/hash_table.h"
-#include "tests/oracle/allocations.h"
+#include "tests/behaviour/failures_memory.h"
 #include "tests/oracle/hashing.h"
 
 namespace vornik::oracle {
-
-long allocationsAlive = 0;
-
 namespace {
 
-/// While it is on, so many allocations succeed; then one fails, or all do.
-struct {
-  bool isOn = false;
-  bool lasts = false;
-  int successes = 0;
-  int failures = 0;
-} shortage;
-
-void* allocate(std::size_t size) {
-  if (shortage.isOn && shortage.successes-- <= 0 && (shortage.lasts || shortage.failures == 0)) {
-    ++shortage.failures;
-    throw std::bad_alloc();
-  }
-  void* const memory = std::malloc(size);
-  if (memory == nullptr) throw std::bad_alloc();
-  ++allocationsAlive;
-  return std::memset(memory, 0xA5, size);  // so that nobody relies on what new memory holds
-}
-
-void giveBack(void* memory) noexcept {
-  if (memory != nullptr) --allocationsAlive;
-  std::free(memory);
-}
-
-/// A value that exists once and knows it: moving leaves the source empty.
-class Token {
- public:
-  Token() { ++alive; }
-  Token(Token&& other) noexcept : number_(std::exchange(other.number_, -1)) { ++alive; }
-  Token& operator=(Token&&) = delete;
-  ~Token() { --alive; }
-  void set(std::int64_t number) { number_ = number; }
-  std::int64_t number() const { return number_; }
-  static inline int alive = 0;
-
- private:
-  std::int64_t number_ = 0;
-};
+using behaviour::Shortage;
 
 struct Case {
   std::int64_t elements;
@@ -65,64 +24,57 @@ struct Case {
   int optional;
 };
 
-template <typename Sizes>
-class Filled {
- public:
-  using Table = HashTable<std::int64_t, Token, MixedHashing<32>, Sizes>;
-  using Content = std::vector<std::pair<std::int64_t, std::int64_t>>;
+/// The values are memory, so that a lost one is seen.
+struct Filled {
+  using Table = HashTable<std::int64_t, std::unique_ptr<std::int64_t>, MixedHashing<32>>;
 
   explicit Filled(const Case& c) {
     for (std::int64_t key = 0; key < c.elements; ++key) insert(key);
     for (std::int64_t key = 0; c.hasPositions && key < c.elements; key += 3) {
-      positions_[key] = table_.handle(table_.find(key));
+      positions[key] = table.handle(table.find(key));
     }
   }
   void insert(std::int64_t key) {
-    const auto place = table_.findOrInsert(key);
-    table_.value(place).set(2 * key);
+    table.value(table.findOrInsert(key)) = std::make_unique<std::int64_t>(2 * key);
   }
-  Content content() const {
-    Content content{{table_.bucketCount(), table_.size()}};
-    for (auto place = table_.begin(); place != table_.end(); place = table_.next(place)) {
-      content.emplace_back(table_.key(place), const_cast<Table&>(table_).value(place).number());
+  std::vector<std::pair<std::int64_t, std::int64_t>> content() {
+    std::vector<std::pair<std::int64_t, std::int64_t>> content{{table.bucketCount(), table.size()}};
+    for (auto place = table.begin(); place != table.end(); place = table.next(place)) {
+      content.emplace_back(table.key(place), *table.value(place));
     }
     return content;
   }
-  void expectPositions() const {
-    for (const auto& [key, handle] : positions_) {
-      ASSERT_EQ(Table::locate(handle).owner, &table_);
-      ASSERT_EQ(Table::locate(handle).place, table_.find(key));
+  void expectPositions() {
+    for (const auto& [key, handle] : positions) {
+      ASSERT_EQ(Table::locate(handle).owner, &table);
+      ASSERT_EQ(Table::locate(handle).place, table.find(key));
     }
   }
 
- private:
-  Table table_;
-  std::map<std::int64_t, PositionHandle> positions_;
+  Table table;
+  std::map<std::int64_t, PositionHandle> positions;
 };
 
-template <typename Sizes>
 void failAtEveryAllocation(const Case& c) {
   SCOPED_TRACE(testing::Message() << c.elements << " elements" << (c.hasPositions ? " with positions" : ""));
-  Filled<Sizes> roomy(c);
+  Filled roomy(c);
   roomy.insert(c.elements);
   const auto after = roomy.content();
-  for (const bool lasts : {false, true}) {
-    for (int successes = 0; successes <= c.allocations; ++successes) {
-      SCOPED_TRACE(testing::Message()
-                   << successes << " allocations succeed, then " << (lasts ? "all" : "one"));
-      Filled<Sizes> filled(c);
+  for (const Shortage shortage : {Shortage::kOneAllocation, Shortage::kFromThenOn}) {
+    for (int nth = 1; nth <= c.allocations + 1; ++nth) {
+      SCOPED_TRACE(nth);
+      Filled filled(c);
       const auto before = filled.content();
-      shortage = {true, lasts, successes};
       bool failed = false;
+      behaviour::limitMemory(nth, shortage);
       try {
-        filled.insert(c.elements);
+        filled.table.findOrInsert(c.elements);
       } catch (const std::bad_alloc&) {
         failed = true;
       }
-      shortage.isOn = false;
-      EXPECT_EQ(shortage.failures != 0, successes < c.allocations);
-      EXPECT_EQ(failed, successes < c.allocations - c.optional);
-      EXPECT_EQ(filled.content(), failed ? before : after);
+      EXPECT_EQ(behaviour::unlimitMemory() != 0, nth <= c.allocations);
+      EXPECT_EQ(failed, nth <= c.allocations - c.optional);
+      EXPECT_TRUE(!failed || filled.content() == before);
       filled.expectPositions();
       filled.insert(c.elements);
       EXPECT_EQ(filled.content(), after);
@@ -132,38 +84,22 @@ void failAtEveryAllocation(const Case& c) {
 }
 
 TEST(HashTableMemory, FailedAllocationsLeaveTheTableAsItWas) {
-  using Shipped = ShippedHashTableSizes;
+  host::Host host;
+  const host::Host::PluginCall call;  // what is allocated from here on is the library's
+  behaviour::countLibraryMemory();
+  failAtEveryAllocation({6421, true, 3, 2});  // the first positions leave memory for the next ones
+  const std::size_t memory = behaviour::libraryAllocations();
   // Buckets and the first nodes; buckets; nodes.
   for (const auto& [elements, allocations] : {std::pair{0, 2}, {11, 1}, {12, 1}}) {
     for (const bool hasPositions : {false, true}) {
-      failAtEveryAllocation<Shipped>({elements, hasPositions, allocations, 0});
+      failAtEveryAllocation({elements, hasPositions, allocations, 0});
     }
   }
   // Buckets, and the memory that elements move to, and their anchors; a full table can do without the move.
-  failAtEveryAllocation<Shipped>({6421, false, 2, 1});
-  failAtEveryAllocation<Shipped>({6421, true, 3, 2});
-  EXPECT_EQ(Token::alive, 0);
+  failAtEveryAllocation({6421, false, 2, 1});
+  failAtEveryAllocation({6421, true, 3, 2});
+  EXPECT_EQ(behaviour::libraryAllocations(), memory);
 }
 
 }  // namespace
 }  // namespace vornik::oracle
-
-// The forms for arrays, too: sanitizers have their own ones.
-void* operator new(std::size_t size) {
-  return vornik::oracle::allocate(size);
-}
-void* operator new[](std::size_t size) {
-  return vornik::oracle::allocate(size);
-}
-void operator delete(void* memory) noexcept {
-  vornik::oracle::giveBack(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  vornik::oracle::giveBack(memory);
-}
-void operator delete[](void* memory) noexcept {
-  vornik::oracle::giveBack(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  vornik::oracle::giveBack(memory);
-}

@@ -186,24 +186,21 @@ TEST_F(DefinitionChecks, CountsNeedTheirTables) {
 TEST_F(DefinitionChecks, OnlyTablesThatCanBeRealAreRead) {
   using Lines = std::pair<std::size_t, std::size_t>;
   for (const auto& [count, lines] : {Lines{1000, 0}, {1001, 1 + 1001}, {10000, 1 + 10000}, {10001, 2}}) {
-    Sample sample;
-    std::vector<REALmethodDefinition> table(count, sample.methods[0]);
-    for (auto& m : table) m.function = count > 1000 ? nullptr : m.function;
-    sample.d.methods = table.data();
-    sample.d.methodCount = count;
-    const auto written = sample.linesOfRegistration();
+    Sample withMethods, withProperties, missing;
+    std::vector<REALmethodDefinition> methods(count, Sample::kMethod);
+    std::vector<REALproperty> properties(count, Sample::kProperty);
+    for (std::size_t i = 0; count > 1000 && i < count; ++i)
+      methods[i].function = properties[i].getter = nullptr;
+    withMethods.d.methods = methods.data();
+    withProperties.d.properties = properties.data();
+    missing.d.methods = nullptr;
+    withMethods.d.methodCount = withProperties.d.propertyCount = missing.d.methodCount = count;
+    const auto written = withMethods.linesOfRegistration();
     EXPECT_EQ(written.size(), lines) << count;
     const char* const last = count > 10000 ? "Error: method count out of range for C: 10001."
                                            : "Error: The method C.Go has nil function.";
     EXPECT_EQ(written.empty() ? last : written.back(), last);
-
-    Sample propertied, missing;
-    std::vector<REALproperty> properties(count, propertied.properties[0]);
-    for (auto& p : properties) p.getter = count > 1000 ? nullptr : p.getter;
-    propertied.d.properties = properties.data();
-    propertied.d.propertyCount = missing.d.methodCount = count;
-    EXPECT_EQ(propertied.linesOfRegistration().size(), lines) << count;
-    missing.d.methods = nullptr;
+    EXPECT_EQ(withProperties.linesOfRegistration().size(), lines) << count;
     EXPECT_EQ(missing.linesOfRegistration().size(), count > 10000 ? 2 : 1 + count);
   }
 }

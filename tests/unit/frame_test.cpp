@@ -77,12 +77,8 @@ TEST_F(FrameInHost, EveryFailureHasItsHostException) {
   for (const auto& [body, expected] : rows) EXPECT_EQ(raisedBy(body), expected);
 }
 
-struct BuiltString {
-  std::string bytes;
-  std::uint32_t encoding;
-};
-
-BuiltString built(std::string_view bytes, std::uint32_t encoding) {
+/// The bytes of what was built, and the encoding that it is declared as.
+std::pair<std::string, std::uint32_t> built(std::string_view bytes, std::uint32_t encoding) {
   const auto string = host::StringRef::adopt(
       REALBuildUnicodeString(bytes.data(), static_cast<std::int64_t>(bytes.size()), encoding));
   const StringContents contents = REALGetStringContents(string.get());
@@ -96,9 +92,7 @@ TEST_F(FrameInHost, StringsAreDeclaredByWhatTheirBytesAre) {
     host_.resetCalls();
     const auto expect = [](std::string_view given, std::uint32_t encoding, const char* bytes,
                            std::uint32_t declared) {
-      const BuiltString string = built(given, encoding);
-      EXPECT_EQ(string.bytes, bytes) << encoding;
-      EXPECT_EQ(string.encoding, declared) << encoding;
+      EXPECT_EQ(built(given, encoding), std::pair(std::string(bytes), declared));
     };
     for (const std::uint32_t encoding :
          {kEncodingMacRoman, kEncodingISOLatin1, kEncodingWindowsLatin1, kEncodingUnknown}) {
@@ -128,7 +122,7 @@ TEST_F(FrameInHost, StringsThatCannotBeBuiltAreEmpty) {
                           "QZR Debug: Unknown encoding in REALBuildUnicodeString 4711"));
   rbversion_rbversion = 2011.04;
   host_.failFrom("REALBuildString", 1);
-  EXPECT_THAT(test::logLinesOf([] { EXPECT_EQ(built("a\0", kEncodingUTF16).bytes, ""); }),
+  EXPECT_THAT(test::logLinesOf([] { EXPECT_EQ(built("a\0", kEncodingUTF16).first, ""); }),
               ElementsAre("QZR Debug: Out of memory in REALBuildUnicodeStringUTF16."));
 }
 
