@@ -1,12 +1,14 @@
 // The hash table, step by step, against the standard containers that show the same order.
 //
-// Built with that standard library only. VORNIK_OPERATIONS sets the number of steps of a run.
+// Built with that standard library only. VORNIK_OPERATIONS sets the number of steps of a run, and
+// VORNIK_LARGE=1 adds one whose growth single precision decides.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <memory>
 #include <random>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "plugin/structures/hash_table.h"
 #include "tests/oracle/hashing.h"
@@ -193,6 +195,26 @@ TYPED_TEST(HashTableOracle, SameOrderAndBucketCountAfterEveryStep) {
     ASSERT_NO_FATAL_FAILURE((compareOverRandomSteps<typename TypeParam::Hashing, typename TypeParam::Sizes>(
         steps / std::size(ranges), lowest, highest)));
   }
+}
+
+TEST(HashTableLarge, SameGrowthWhereItIsDecidedByRounding) {
+  if (std::getenv("VORNIK_LARGE") == nullptr) GTEST_SKIP() << "VORNIK_LARGE=1 runs it: 6 GB, a minute";
+  struct Nothing {};
+  HashTable<std::int64_t, Nothing, PatternHashing> table;
+  std::unordered_set<std::int64_t, StandardHash<PatternHashing>> standard;
+  constexpr std::int64_t kStride = 1'000'003;  // spreads the keys without a random order's cache misses
+  for (std::int64_t i = 1; i <= 52'679'980; ++i) {
+    table.findOrInsert(i * kStride);
+    standard.insert(i * kStride);
+    ASSERT_EQ(table.bucketCount(), standard.bucket_count()) << i;
+  }
+  EXPECT_GT(table.bucketCount(), 100'000'000U) << "grew once more, two elements later than exact counting";
+  auto place = table.begin();
+  for (const std::int64_t key : standard) {
+    ASSERT_EQ(table.key(place), key);
+    place = table.next(place);
+  }
+  EXPECT_EQ(place, table.end());
 }
 
 }  // namespace

@@ -65,13 +65,31 @@ TEST_F(Text, AsciiPointsIntoTheHostsBytesWhateverItIsDeclaredAs) {
   EXPECT_EQ(rbText(nullptr).classification(), rbText::PureASCII);
 }
 
-// At which sequence the decoder stops is held against another decoder by the fuzzer of texts.
-TEST_F(Text, TheDecoderSaysWhereItStops) {
-  const host::Value string = host_.string("ab\xE2\x82", kEncodingUTF8);
-  EXPECT_THAT(
-      logLinesOf([&] { EXPECT_EQ(formsOf(string).utf16, u"ab"); }),
-      ElementsAre("QZR Debug: Try UTF8 to UTF16 conversion...", "QZR Debug: Illegal UTF-8 sequence! 2"));
-  EXPECT_EQ(formsOf(string).utf8, "ab\xE2\x82");
+TEST_F(Text, TheDecoderStopsAtTheFirstIllegalSequence) {
+  const auto expect = [&](const std::string& bytes, const std::u16string& units, int illegalAt = -1) {
+    const host::Value string = host_.string(bytes, kEncodingUTF8);
+    std::vector<std::string> log{"QZR Debug: Try UTF8 to UTF16 conversion..."};
+    if (illegalAt >= 0) log.push_back("QZR Debug: Illegal UTF-8 sequence! " + std::to_string(illegalAt));
+    Forms forms;
+    EXPECT_EQ(logLinesOf([&] { forms = formsOf(string); }), log);
+    EXPECT_EQ(forms.utf16, units) << ::testing::PrintToString(bytes);
+    EXPECT_EQ(forms.utf8, bytes);
+  };
+  for (const char* illegal :
+       {"\xC0\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80",
+        "\xF5\x80\x80\x80", "\xC3", "\xC3\xC0", "\xE1\xC0\x80", "\xE1\x80\xC0", "\xF1\x80\xC0\x80"}) {
+    expect(illegal, u"", 0);
+  }
+  expect("x\x80", u"x", 1);
+  expect("a\xC3(b", u"a", 1);
+  expect("ab\xE2\x82", u"ab", 2);
+  expect("\xC3\xA9\xED\x9F\xBF", u"\u00E9\uD7FF");
+  expect("\xED\x80\x80", u"\uD000");
+  expect("\xC2\x80\xDF\xBF\xE0\xA0\x80\xE1\x80\x80\xEF\xBF\xBF", u"\u0080\u07FF\u0800\u1000\uFFFF");
+  expect("\xF0\x90\x80\x80\xF1\x80\x80\x80", u"\U00010000\U00040000");
+  expect("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U0001F600\U0010FFFF");
+  expect("a\xEF\xBB\xBF\xEF\xBF\xBE\xC3\xA9", u"a\u00E9");
+  expect("\xE2\x82\xAC\0\xC3\xA9"s, u"\u20AC\0\u00E9"s);
 }
 
 // A host whose converted text is not what it should be: the record points here.
