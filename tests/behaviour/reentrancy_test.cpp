@@ -65,7 +65,7 @@ struct Reentrancy : ContainerTest {
         Value container = make();
         Values iterators;
         int runs = 0;
-        const auto destructor = [&] {
+        const auto destructor = [&, &mischief = mischief] {
           ++runs;
           EXPECT_FALSE(Host::insidePlugin());
           for (const Value& iterator : iterators) EXPECT_EQ(answer(iterator, "Key"), kStale);
