@@ -148,6 +148,14 @@ TEST_F(Console, ExamplesReportOnTheirData) {
   EXPECT_EQ(reports, contentOf(kScripts + "examples_expected.txt"));
 }
 
+TEST_F(Console, TheReadmeShowsWhatTheExamplePrints) {
+  const std::string root = VORNIK_SOURCES "/";
+  expectRun(kExamples + "line_lengths.lua " + root + "examples/data/harbour.txt", 0, _);
+  std::string printed = read("output");
+  for (std::size_t at; (at = printed.find(root)) != std::string::npos;) printed.erase(at, root.size());
+  EXPECT_THAT(contentOf(root + "README.md"), HasSubstr("```\n" + printed + "```\n"));
+}
+
 // A page that is not what the registered classes give: print it anew with --reference docs/reference.
 TEST_F(Console, ReferencePagesAreUpToDate) {
   expectRun("--reference pages/new", 0, "");
