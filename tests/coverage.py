@@ -58,8 +58,7 @@ def share(counts):
 
 def main(root, folder, lines_path, branches_path):
     def name(path):
-        """From the root; the compiler was told to name some files so already."""
-        return os.path.relpath(os.path.join(root, path), root)
+        return os.path.relpath(path, root)
 
     lines = read_lines(lines_path, name)
     branches = read_branches(branches_path, name, lines)
