@@ -82,7 +82,7 @@ TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
   REALproperty properties[] = {
       {nullptr, nullptr, "Integer", 0, nullptr, nullptr, 0, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Typeless", nullptr, 4, get, nullptr, 0, 0, &event, 1, nullptr, 0, nameless},
-      {nullptr, "Read", "Double", 0x104, kStandard, nullptr, 48, 0, nullptr, 0, nullptr, 0, nullptr},
+      {nullptr, "Read", "Double", 0x104, kStandard, nullptr, 46, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Written", "DOUBLE", 0, get, kStandard, 0, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Odd", "Integer", 0, kStandard, kStandard, 6, 0, nullptr, 0, nullptr, 0, nullptr},
       {nullptr, "Last", "Integer", 0, kStandard, nullptr, 44, 0, nullptr, 0, nullptr, 0, nullptr},
@@ -133,7 +133,7 @@ TEST_F(DefinitionChecks, WriteALineForEveryFaultAndStillRegister) {
          {"method in console-unsafe class:  C, (null)", "shared method in console-unsafe class:  C, Go",
           "property in console-unsafe class:  C, Typeless", "property in console-unsafe class:  C, Debugging",
           "shared property in console-unsafe class:  C, Shared"});
-  expect("Error: Offset for variable too big: C.", {"Read 48 48", "Beyond 45 48"});
+  expect("Error: Offset for variable too big: C.", {"Read 46 48", "Beyond 45 48"});
   EXPECT_EQ(sample.linesOfRegistration(), lines);
   EXPECT_EQ(lastRegistered, &sample.d);
 

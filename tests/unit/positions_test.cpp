@@ -67,6 +67,22 @@ TEST(Positions, UnusedBlocksGiveTheirMemoryBackAndOldHandlesStayStale) {
   }
 }
 
+TEST(Positions, AnUnusedBlockIsNoLongerSpareOnceItIsInUseAgain) {
+  struct Own {};
+  using OwnTable = PositionTable<Own>;
+  Own owner;
+  const auto take = [&] { return OwnTable::take(&owner, {}, 0); };
+  std::vector<SlotNumber> block;
+  while (PositionTableTest::blocksInMemory<OwnTable>() < 2) block.push_back(take());
+  const SlotNumber elsewhere = block.back();
+  block.pop_back();
+  for (const SlotNumber number : block) OwnTable::free(number);
+  const PositionHandle held = OwnTable::handle(take());
+  OwnTable::free(elsewhere);
+  ASSERT_NE(OwnTable::resolve(held), nullptr);
+  EXPECT_EQ(OwnTable::resolve(held)->owner, &owner);
+}
+
 TEST(Positions, ASlotWhoseGenerationsAreUsedUpIsRetired) {
   Owner owner;
   const SlotNumber number = Table::take(&owner, 1, 0);
