@@ -61,7 +61,7 @@ struct Reentrancy : ContainerTest {
   void expectSafe(const Operations& operations, bool removeAll) {
     for (const auto& [code, mischief] : mischiefs()) {
       for (const auto& [name, operation] : operations) {
-        SCOPED_TRACE(name + " and " + code);
+        SCOPED_TRACE(testing::Message() << name << " and " << code);
         Value container = make();
         Values iterators;
         int runs = 0;
