@@ -122,7 +122,8 @@ void Player::nestedStep() {
 void Player::step() {
   ++steps_;
   ++depth_;
-  switch (input_.below(16)) {
+  const std::uint8_t choice = input_.byte();
+  switch (choice % 16) {
     case 0:
     case 1:
       create();
@@ -146,7 +147,11 @@ void Player::step() {
       anySlot() = nullptr;
       break;
     case 12:
-      anySlot() = Value(anySlot());
+      if (choice >= 128) {
+        removeRange();
+      } else {
+        anySlot() = Value(anySlot());
+      }
       break;
     case 13:
       handleArrayOrDictionary();
@@ -195,6 +200,24 @@ void Player::put() {
       attempt("value", container, [&] { host_.assign(container, "value", {key}, value); });
     }
   }
+}
+
+/// What takes two iterators of one container, in order: too rare to come by itself.
+void Player::removeRange() {
+  const Value container = anyContainer();
+  if (container.isNil()) return create();
+  const std::size_t kept = input_.below(16), removed = input_.below(64);
+  attempt("Remove", container, [&] {
+    const Value end = host_.call(container, "last");
+    const auto place = [&](std::size_t steps) {
+      const Value iterator = host_.call(container, "first");
+      while (steps-- > 0 && !host_.call(iterator, "isEqual", {end}).boolean())
+        host_.call(iterator, "MoveNext");
+      return iterator;
+    };
+    const Value first = place(kept), last = place(kept + removed);
+    host_.call(container, "Remove", {first, last});
+  });
 }
 
 void Player::callAny() {

@@ -51,6 +51,7 @@ class Player {
 
   void create();
   void put();
+  void removeRange();
   void callAny();
   void assignAny();
   void misfortune();
