@@ -210,7 +210,7 @@ void Player::removeRange() {
   attempt("Remove", container, [&] {
     const Value end = host_.call(container, "last");
     const auto place = [&](std::size_t steps) {
-      const Value iterator = host_.call(container, "first");
+      Value iterator = host_.call(container, "first");
       while (steps-- > 0 && !host_.call(iterator, "isEqual", {end}).boolean())
         host_.call(iterator, "MoveNext");
       return iterator;
