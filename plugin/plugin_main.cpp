@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "plugin/containers/class_list.h"
+#include "plugin/classes/class_list.h"
 #include "plugin/frame/definition_checks.h"
 #include "plugin/frame/host_services.h"
 #include "plugin/frame/log.h"

@@ -1,23 +1,24 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
-#include "plugin/structures/hash_table.h"
+#include "plugin/containers/orders.h"
+#include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
 namespace {
 
-using Container = HashTable<IntegerKind::Held, IntegerKind::Held, IntegerHashing>;
+using Container = OrderedTree<IntegerKind::Held, IntegerKind::Held, IntegerOrder>;
 
 struct Class : MapClass<Container, Container> {
   using Key = IntegerKind;
   using Value = IntegerKind;
-  static constexpr const char* kName = "IntegerToIntegerHashMapQZR";
-  static constexpr const char* kIteratorName = "IntegerToIntegerHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 32;
-  static const REALclassDefinition& definition() { return IntegerToIntegerHashMapClass; }
-  static const REALclassDefinition& iteratorDefinition() { return IntegerToIntegerHashMapIteratorClass; }
+  static constexpr const char* kName = "IntegerToIntegerOrderedMapQZR";
+  static constexpr const char* kIteratorName = "IntegerToIntegerOrderedMapIteratorQZR";
+  static constexpr std::uint64_t kNodeBytes = 48;
+  static const REALclassDefinition& definition() { return IntegerToIntegerMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return IntegerToIntegerMapIteratorClass; }
 };
 
 using Map = MapFunctions<Class>;
@@ -26,17 +27,16 @@ using Iterator = MapIteratorFunctions<Class>;
 REALproperty properties[] = {
     property("MaxSize", "Integer", registered<Map::GetMaxSize>()),
     property("Count", "Integer", registered<Map::GetSize>()),
-    property("BinCount", "Integer", registered<Map::GetBucketCount>()),
     property("Empty", "Boolean", registered<Map::GetEmpty>()),
 };
 
 REALmethodDefinition methods[] = {
     method("Constructor", registered<Map::theMapConstructor>()),
     method("Constructor(dic as dictionary)", registered<Map::theMapConstructorDic>()),
-    method("Constructor(other as IntegerToIntegerHashMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("Constructor(other as IntegerToIntegerOrderedMapQZR)", registered<Map::theMapConstructorCopy>()),
     method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
     method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
-    method("Clone as IntegerToIntegerHashMapQZR", registered<Map::cloneMap>()),
+    method("Clone as IntegerToIntegerOrderedMapQZR", registered<Map::cloneMap>()),
     method("Clear", registered<Map::clear>()),
     method("ValueAtIndex(index as integer) as integer", registered<Map::ValueAtIndex>()),
     method("Key(index as integer) as integer", registered<Map::KeyAtIndex>()),
@@ -44,17 +44,22 @@ REALmethodDefinition methods[] = {
     method("Values as integer()", registered<Map::rbGetValues>()),
     method("AddKeys(targetArray() as integer)", registered<Map::rbGetKeys2>()),
     method("AddValues(targetArray() as integer)", registered<Map::rbGetValues2>()),
-    method("first as IntegerToIntegerHashMapIteratorQZR", registered<Map::getbegin>()),
-    method("last as IntegerToIntegerHashMapIteratorQZR", registered<Map::getend>()),
-    method("Remove(pos as IntegerToIntegerHashMapIteratorQZR)", registered<Map::erase1>()),
-    method("Remove(first as IntegerToIntegerHashMapIteratorQZR, last as IntegerToIntegerHashMapIteratorQZR)",
-           registered<Map::erase2>()),
+    method("first as IntegerToIntegerOrderedMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as IntegerToIntegerOrderedMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as IntegerToIntegerOrderedMapIteratorQZR)", registered<Map::erase1>()),
+    method(
+        "Remove(first as IntegerToIntegerOrderedMapIteratorQZR, last as IntegerToIntegerOrderedMapIteratorQZR)",
+        registered<Map::erase2>()),
     method("Remove(key as integer) as integer", registered<Map::erase3>()),
     method("CountKey(key as integer) as integer", registered<Map::countRB>()),
-    method("find(key as integer) as IntegerToIntegerHashMapIteratorQZR", registered<Map::findRB>()),
+    method("find(key as integer) as IntegerToIntegerOrderedMapIteratorQZR", registered<Map::findRB>()),
     method("value(key as integer) as integer", registered<Map::getvalue>(), registered<Map::setvalue>()),
     method("hasKey(key as integer) as boolean", registered<Map::haskey>()),
     method("lookup(key as integer, defaultvalue as integer) as integer", registered<Map::lookup>()),
+    method("LowerBound(key as integer) as IntegerToIntegerOrderedMapIteratorQZR",
+           registered<Map::lower_bound>()),
+    method("UpperBound(key as integer) as IntegerToIntegerOrderedMapIteratorQZR",
+           registered<Map::upper_bound>()),
 };
 
 REALmethodDefinition iteratorMethods[] = {
@@ -62,17 +67,18 @@ REALmethodDefinition iteratorMethods[] = {
     method("Key as integer", registered<Iterator::iteratorGetKey>()),
     method("Value as integer", registered<Iterator::iteratorGetValue>(),
            registered<Iterator::iteratorSetValue>()),
-    method("isEqual(other as IntegerToIntegerHashMapIteratorQZR) as boolean",
+    method("isEqual(other as IntegerToIntegerOrderedMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsEqual>()),
-    method("isNotEqual(other as IntegerToIntegerHashMapIteratorQZR) as boolean",
+    method("isNotEqual(other as IntegerToIntegerOrderedMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsNotEqual>()),
+    method("MovePrev", registered<Iterator::iteratorMovePrev>()),
 };
 
 }  // namespace
 
-REALclassDefinition IntegerToIntegerHashMapClass = containerClass(
+REALclassDefinition IntegerToIntegerMapClass = containerClass(
     Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
-REALclassDefinition IntegerToIntegerHashMapIteratorClass =
+REALclassDefinition IntegerToIntegerMapIteratorClass =
     iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
 
 }  // namespace vornik

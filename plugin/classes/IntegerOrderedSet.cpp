@@ -1,5 +1,5 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/orders.h"

@@ -1,6 +1,6 @@
 // Definition records, filled with what all classes of this library have in common.
-#ifndef VORNIK_CONTAINERS_CLASS_TABLES_H
-#define VORNIK_CONTAINERS_CLASS_TABLES_H
+#ifndef VORNIK_CLASSES_CLASS_TABLES_H
+#define VORNIK_CLASSES_CLASS_TABLES_H
 
 #include <bit>
 #include <cstddef>
@@ -66,4 +66,4 @@ REALclassDefinition containerClass(const char* name, std::size_t dataSize, REALp
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_CLASS_TABLES_H
+#endif  // VORNIK_CLASSES_CLASS_TABLES_H

@@ -1,7 +1,7 @@
 // The classes of this library, in the order of registration: the one place that lists them. A class file
 // defines both records of its class; they are changed in place at registration.
-#ifndef VORNIK_CONTAINERS_CLASS_LIST_H
-#define VORNIK_CONTAINERS_CLASS_LIST_H
+#ifndef VORNIK_CLASSES_CLASS_LIST_H
+#define VORNIK_CLASSES_CLASS_LIST_H
 
 #include "plugin/frame/host_interface.h"
 
@@ -40,4 +40,4 @@ inline constexpr REALclassDefinition* kClassDefinitions[] = {VORNIK_CLASSES(VORN
 
 }  // namespace vornik
 
-#endif  // VORNIK_CONTAINERS_CLASS_LIST_H
+#endif  // VORNIK_CLASSES_CLASS_LIST_H

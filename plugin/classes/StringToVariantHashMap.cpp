@@ -1,25 +1,24 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
-#include "plugin/containers/orders.h"
-#include "plugin/structures/ordered_tree.h"
+#include "plugin/structures/hash_table.h"
 
 namespace vornik {
 namespace {
 
-using Sensitive = OrderedTree<RBStringS, VariantKind::Held, RBStringMapOrderS>;
-using Insensitive = OrderedTree<RBStringI, VariantKind::Held, RBStringMapOrderI>;
+using Sensitive = HashTable<RBStringS, VariantKind::Held, RBStringHashS>;
+using Insensitive = HashTable<RBStringI, VariantKind::Held, RBStringHashI>;
 
 struct Class : MapClass<Sensitive, Insensitive> {
   using Key = StringKind;
   using Value = VariantKind;
-  static constexpr const char* kName = "StringToVariantOrderedMapQZR";
-  static constexpr const char* kIteratorName = "StringToVariantOrderedMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 64;
-  static const REALclassDefinition& definition() { return StringToVariantMapClass; }
-  static const REALclassDefinition& iteratorDefinition() { return StringToVariantMapIteratorClass; }
+  static constexpr const char* kName = "StringToVariantHashMapQZR";
+  static constexpr const char* kIteratorName = "StringToVariantHashMapIteratorQZR";
+  static constexpr std::uint64_t kNodeBytes = 48;
+  static const REALclassDefinition& definition() { return StringToVariantHashMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return StringToVariantHashMapIteratorClass; }
 };
 
 using Map = MapFunctions<Class>;
@@ -29,6 +28,7 @@ REALproperty properties[] = {
     flagProperty("CaseSensitive", offsetof(Class::Data, caseSensitive)),
     property("MaxSize", "Integer", registered<Map::GetMaxSize>()),
     property("Count", "Integer", registered<Map::GetSize>()),
+    property("BinCount", "Integer", registered<Map::GetBucketCount>()),
     property("Empty", "Boolean", registered<Map::GetEmpty>()),
 };
 
@@ -36,10 +36,10 @@ REALmethodDefinition methods[] = {
     method("Constructor(CaseSensitive as Boolean = true)", registered<Map::theMapConstructor>()),
     method("Constructor(dic as dictionary, CaseSensitive as Boolean = true)",
            registered<Map::theMapConstructorDic>()),
-    method("Constructor(other as StringToVariantOrderedMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("Constructor(other as StringToVariantHashMapQZR)", registered<Map::theMapConstructorCopy>()),
     method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
     method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
-    method("Clone as StringToVariantOrderedMapQZR", registered<Map::cloneMap>()),
+    method("Clone as StringToVariantHashMapQZR", registered<Map::cloneMap>()),
     method("Clear", registered<Map::clear>()),
     method("ValueAtIndex(index as integer) as variant", registered<Map::ValueAtIndex>()),
     method("Key(index as integer) as string", registered<Map::KeyAtIndex>()),
@@ -47,22 +47,17 @@ REALmethodDefinition methods[] = {
     method("Values as variant()", registered<Map::rbGetValues>()),
     method("AddKeys(targetArray() as string)", registered<Map::rbGetKeys2>()),
     method("AddValues(targetArray() as variant)", registered<Map::rbGetValues2>()),
-    method("first as StringToVariantOrderedMapIteratorQZR", registered<Map::getbegin>()),
-    method("last as StringToVariantOrderedMapIteratorQZR", registered<Map::getend>()),
-    method("Remove(pos as StringToVariantOrderedMapIteratorQZR)", registered<Map::erase1>()),
-    method(
-        "Remove(first as StringToVariantOrderedMapIteratorQZR, last as StringToVariantOrderedMapIteratorQZR)",
-        registered<Map::erase2>()),
+    method("first as StringToVariantHashMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as StringToVariantHashMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as StringToVariantHashMapIteratorQZR)", registered<Map::erase1>()),
+    method("Remove(first as StringToVariantHashMapIteratorQZR, last as StringToVariantHashMapIteratorQZR)",
+           registered<Map::erase2>()),
     method("Remove(key as string) as integer", registered<Map::erase3>()),
     method("CountKey(key as string) as integer", registered<Map::countRB>()),
-    method("find(key as string) as StringToVariantOrderedMapIteratorQZR", registered<Map::findRB>()),
+    method("find(key as string) as StringToVariantHashMapIteratorQZR", registered<Map::findRB>()),
     method("value(key as string) as variant", registered<Map::getvalue>(), registered<Map::setvalue>()),
     method("hasKey(key as string) as boolean", registered<Map::haskey>()),
     method("lookup(key as string, defaultvalue as variant) as variant", registered<Map::lookup>()),
-    method("LowerBound(key as string) as StringToVariantOrderedMapIteratorQZR",
-           registered<Map::lower_bound>()),
-    method("UpperBound(key as string) as StringToVariantOrderedMapIteratorQZR",
-           registered<Map::upper_bound>()),
 };
 
 REALmethodDefinition iteratorMethods[] = {
@@ -70,18 +65,17 @@ REALmethodDefinition iteratorMethods[] = {
     method("Key as string", registered<Iterator::iteratorGetKey>()),
     method("Value as variant", registered<Iterator::iteratorGetValue>(),
            registered<Iterator::iteratorSetValue>()),
-    method("isEqual(other as StringToVariantOrderedMapIteratorQZR) as boolean",
+    method("isEqual(other as StringToVariantHashMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsEqual>()),
-    method("isNotEqual(other as StringToVariantOrderedMapIteratorQZR) as boolean",
+    method("isNotEqual(other as StringToVariantHashMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsNotEqual>()),
-    method("MovePrev", registered<Iterator::iteratorMovePrev>()),
 };
 
 }  // namespace
 
-REALclassDefinition StringToVariantMapClass = containerClass(
+REALclassDefinition StringToVariantHashMapClass = containerClass(
     Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
-REALclassDefinition StringToVariantMapIteratorClass =
+REALclassDefinition StringToVariantHashMapIteratorClass =
     iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
 
 }  // namespace vornik

@@ -1,23 +1,24 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
-#include "plugin/structures/hash_table.h"
+#include "plugin/containers/orders.h"
+#include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
 namespace {
 
-using Container = HashTable<IntegerKind::Held, VariantKind::Held, IntegerHashing>;
+using Container = OrderedTree<IntegerKind::Held, VariantKind::Held, IntegerOrder>;
 
 struct Class : MapClass<Container, Container> {
   using Key = IntegerKind;
   using Value = VariantKind;
-  static constexpr const char* kName = "IntegerToVariantHashMapQZR";
-  static constexpr const char* kIteratorName = "IntegerToVariantHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 40;
-  static const REALclassDefinition& definition() { return IntegerToVariantHashMapClass; }
-  static const REALclassDefinition& iteratorDefinition() { return IntegerToVariantHashMapIteratorClass; }
+  static constexpr const char* kName = "IntegerToVariantOrderedMapQZR";
+  static constexpr const char* kIteratorName = "IntegerToVariantOrderedMapIteratorQZR";
+  static constexpr std::uint64_t kNodeBytes = 56;
+  static const REALclassDefinition& definition() { return IntegerToVariantMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return IntegerToVariantMapIteratorClass; }
 };
 
 using Map = MapFunctions<Class>;
@@ -26,17 +27,16 @@ using Iterator = MapIteratorFunctions<Class>;
 REALproperty properties[] = {
     property("MaxSize", "Integer", registered<Map::GetMaxSize>()),
     property("Count", "Integer", registered<Map::GetSize>()),
-    property("BinCount", "Integer", registered<Map::GetBucketCount>()),
     property("Empty", "Boolean", registered<Map::GetEmpty>()),
 };
 
 REALmethodDefinition methods[] = {
     method("Constructor", registered<Map::theMapConstructor>()),
     method("Constructor(dic as dictionary)", registered<Map::theMapConstructorDic>()),
-    method("Constructor(other as IntegerToVariantHashMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("Constructor(other as IntegerToVariantOrderedMapQZR)", registered<Map::theMapConstructorCopy>()),
     method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
     method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
-    method("Clone as IntegerToVariantHashMapQZR", registered<Map::cloneMap>()),
+    method("Clone as IntegerToVariantOrderedMapQZR", registered<Map::cloneMap>()),
     method("Clear", registered<Map::clear>()),
     method("ValueAtIndex(index as integer) as variant", registered<Map::ValueAtIndex>()),
     method("Key(index as integer) as integer", registered<Map::KeyAtIndex>()),
@@ -44,17 +44,22 @@ REALmethodDefinition methods[] = {
     method("Values as variant()", registered<Map::rbGetValues>()),
     method("AddKeys(targetArray() as integer)", registered<Map::rbGetKeys2>()),
     method("AddValues(targetArray() as variant)", registered<Map::rbGetValues2>()),
-    method("first as IntegerToVariantHashMapIteratorQZR", registered<Map::getbegin>()),
-    method("last as IntegerToVariantHashMapIteratorQZR", registered<Map::getend>()),
-    method("Remove(pos as IntegerToVariantHashMapIteratorQZR)", registered<Map::erase1>()),
-    method("Remove(first as IntegerToVariantHashMapIteratorQZR, last as IntegerToVariantHashMapIteratorQZR)",
-           registered<Map::erase2>()),
+    method("first as IntegerToVariantOrderedMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as IntegerToVariantOrderedMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as IntegerToVariantOrderedMapIteratorQZR)", registered<Map::erase1>()),
+    method(
+        "Remove(first as IntegerToVariantOrderedMapIteratorQZR, last as IntegerToVariantOrderedMapIteratorQZR)",
+        registered<Map::erase2>()),
     method("Remove(key as integer) as integer", registered<Map::erase3>()),
     method("CountKey(key as integer) as integer", registered<Map::countRB>()),
-    method("find(key as integer) as IntegerToVariantHashMapIteratorQZR", registered<Map::findRB>()),
+    method("find(key as integer) as IntegerToVariantOrderedMapIteratorQZR", registered<Map::findRB>()),
     method("value(key as integer) as variant", registered<Map::getvalue>(), registered<Map::setvalue>()),
     method("hasKey(key as integer) as boolean", registered<Map::haskey>()),
     method("lookup(key as integer, defaultvalue as variant) as variant", registered<Map::lookup>()),
+    method("LowerBound(key as integer) as IntegerToVariantOrderedMapIteratorQZR",
+           registered<Map::lower_bound>()),
+    method("UpperBound(key as integer) as IntegerToVariantOrderedMapIteratorQZR",
+           registered<Map::upper_bound>()),
 };
 
 REALmethodDefinition iteratorMethods[] = {
@@ -62,17 +67,18 @@ REALmethodDefinition iteratorMethods[] = {
     method("Key as integer", registered<Iterator::iteratorGetKey>()),
     method("Value as variant", registered<Iterator::iteratorGetValue>(),
            registered<Iterator::iteratorSetValue>()),
-    method("isEqual(other as IntegerToVariantHashMapIteratorQZR) as boolean",
+    method("isEqual(other as IntegerToVariantOrderedMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsEqual>()),
-    method("isNotEqual(other as IntegerToVariantHashMapIteratorQZR) as boolean",
+    method("isNotEqual(other as IntegerToVariantOrderedMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsNotEqual>()),
+    method("MovePrev", registered<Iterator::iteratorMovePrev>()),
 };
 
 }  // namespace
 
-REALclassDefinition IntegerToVariantHashMapClass = containerClass(
+REALclassDefinition IntegerToVariantMapClass = containerClass(
     Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
-REALclassDefinition IntegerToVariantHashMapIteratorClass =
+REALclassDefinition IntegerToVariantMapIteratorClass =
     iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
 
 }  // namespace vornik

@@ -1,5 +1,5 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
@@ -8,16 +8,16 @@
 namespace vornik {
 namespace {
 
-using Container = HashTable<IntegerKind::Held, StringKind::Held, IntegerHashing>;
+using Container = HashTable<IntegerKind::Held, VariantKind::Held, IntegerHashing>;
 
 struct Class : MapClass<Container, Container> {
   using Key = IntegerKind;
-  using Value = StringKind;
-  static constexpr const char* kName = "IntegerToStringHashMapQZR";
-  static constexpr const char* kIteratorName = "IntegerToStringHashMapIteratorQZR";
+  using Value = VariantKind;
+  static constexpr const char* kName = "IntegerToVariantHashMapQZR";
+  static constexpr const char* kIteratorName = "IntegerToVariantHashMapIteratorQZR";
   static constexpr std::uint64_t kNodeBytes = 40;
-  static const REALclassDefinition& definition() { return IntegerToStringHashMapClass; }
-  static const REALclassDefinition& iteratorDefinition() { return IntegerToStringHashMapIteratorClass; }
+  static const REALclassDefinition& definition() { return IntegerToVariantHashMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return IntegerToVariantHashMapIteratorClass; }
 };
 
 using Map = MapFunctions<Class>;
@@ -33,46 +33,46 @@ REALproperty properties[] = {
 REALmethodDefinition methods[] = {
     method("Constructor", registered<Map::theMapConstructor>()),
     method("Constructor(dic as dictionary)", registered<Map::theMapConstructorDic>()),
-    method("Constructor(other as IntegerToStringHashMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("Constructor(other as IntegerToVariantHashMapQZR)", registered<Map::theMapConstructorCopy>()),
     method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
     method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
-    method("Clone as IntegerToStringHashMapQZR", registered<Map::cloneMap>()),
+    method("Clone as IntegerToVariantHashMapQZR", registered<Map::cloneMap>()),
     method("Clear", registered<Map::clear>()),
-    method("ValueAtIndex(index as integer) as string", registered<Map::ValueAtIndex>()),
+    method("ValueAtIndex(index as integer) as variant", registered<Map::ValueAtIndex>()),
     method("Key(index as integer) as integer", registered<Map::KeyAtIndex>()),
     method("Keys as integer()", registered<Map::rbGetKeys>()),
-    method("Values as string()", registered<Map::rbGetValues>()),
+    method("Values as variant()", registered<Map::rbGetValues>()),
     method("AddKeys(targetArray() as integer)", registered<Map::rbGetKeys2>()),
-    method("AddValues(targetArray() as string)", registered<Map::rbGetValues2>()),
-    method("first as IntegerToStringHashMapIteratorQZR", registered<Map::getbegin>()),
-    method("last as IntegerToStringHashMapIteratorQZR", registered<Map::getend>()),
-    method("Remove(pos as IntegerToStringHashMapIteratorQZR)", registered<Map::erase1>()),
-    method("Remove(first as IntegerToStringHashMapIteratorQZR, last as IntegerToStringHashMapIteratorQZR)",
+    method("AddValues(targetArray() as variant)", registered<Map::rbGetValues2>()),
+    method("first as IntegerToVariantHashMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as IntegerToVariantHashMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as IntegerToVariantHashMapIteratorQZR)", registered<Map::erase1>()),
+    method("Remove(first as IntegerToVariantHashMapIteratorQZR, last as IntegerToVariantHashMapIteratorQZR)",
            registered<Map::erase2>()),
     method("Remove(key as integer) as integer", registered<Map::erase3>()),
     method("CountKey(key as integer) as integer", registered<Map::countRB>()),
-    method("find(key as integer) as IntegerToStringHashMapIteratorQZR", registered<Map::findRB>()),
-    method("value(key as integer) as string", registered<Map::getvalue>(), registered<Map::setvalue>()),
+    method("find(key as integer) as IntegerToVariantHashMapIteratorQZR", registered<Map::findRB>()),
+    method("value(key as integer) as variant", registered<Map::getvalue>(), registered<Map::setvalue>()),
     method("hasKey(key as integer) as boolean", registered<Map::haskey>()),
-    method("lookup(key as integer, defaultvalue as string) as string", registered<Map::lookup>()),
+    method("lookup(key as integer, defaultvalue as variant) as variant", registered<Map::lookup>()),
 };
 
 REALmethodDefinition iteratorMethods[] = {
     method("MoveNext", registered<Iterator::iteratorMoveNext>()),
     method("Key as integer", registered<Iterator::iteratorGetKey>()),
-    method("Value as string", registered<Iterator::iteratorGetValue>(),
+    method("Value as variant", registered<Iterator::iteratorGetValue>(),
            registered<Iterator::iteratorSetValue>()),
-    method("isEqual(other as IntegerToStringHashMapIteratorQZR) as boolean",
+    method("isEqual(other as IntegerToVariantHashMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsEqual>()),
-    method("isNotEqual(other as IntegerToStringHashMapIteratorQZR) as boolean",
+    method("isNotEqual(other as IntegerToVariantHashMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsNotEqual>()),
 };
 
 }  // namespace
 
-REALclassDefinition IntegerToStringHashMapClass = containerClass(
+REALclassDefinition IntegerToVariantHashMapClass = containerClass(
     Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
-REALclassDefinition IntegerToStringHashMapIteratorClass =
+REALclassDefinition IntegerToVariantHashMapIteratorClass =
     iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
 
 }  // namespace vornik

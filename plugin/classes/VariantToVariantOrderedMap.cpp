@@ -1,24 +1,25 @@
-#include "plugin/containers/class_list.h"
-#include "plugin/containers/class_tables.h"
+#include "plugin/classes/class_list.h"
+#include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"
-#include "plugin/structures/hash_table.h"
+#include "plugin/containers/orders.h"
+#include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
 namespace {
 
-using Sensitive = HashTable<RBVariantS, VariantKind::Held, RBVariantHashS>;
-using Insensitive = HashTable<RBVariantI, VariantKind::Held, RBVariantHashI>;
+using Sensitive = OrderedTree<RBVariantS, VariantKind::Held, RBVariantMapOrderS>;
+using Insensitive = OrderedTree<RBVariantI, VariantKind::Held, RBVariantMapOrderI>;
 
 struct Class : MapClass<Sensitive, Insensitive> {
   using Key = VariantKind;
   using Value = VariantKind;
-  static constexpr const char* kName = "VariantToVariantHashMapQZR";
-  static constexpr const char* kIteratorName = "VariantToVariantHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
-  static const REALclassDefinition& definition() { return VariantToVariantHashMapClass; }
-  static const REALclassDefinition& iteratorDefinition() { return VariantToVariantHashMapIteratorClass; }
+  static constexpr const char* kName = "VariantToVariantOrderedMapQZR";
+  static constexpr const char* kIteratorName = "VariantToVariantMapIteratorQZR";
+  static constexpr std::uint64_t kNodeBytes = 64;
+  static const REALclassDefinition& definition() { return VariantToVariantMapClass; }
+  static const REALclassDefinition& iteratorDefinition() { return VariantToVariantMapIteratorClass; }
 };
 
 using Map = MapFunctions<Class>;
@@ -28,7 +29,6 @@ REALproperty properties[] = {
     flagProperty("CaseSensitive", offsetof(Class::Data, caseSensitive)),
     property("MaxSize", "Integer", registered<Map::GetMaxSize>()),
     property("Count", "Integer", registered<Map::GetSize>()),
-    property("BinCount", "Integer", registered<Map::GetBucketCount>()),
     property("Empty", "Boolean", registered<Map::GetEmpty>()),
 };
 
@@ -36,10 +36,10 @@ REALmethodDefinition methods[] = {
     method("Constructor(CaseSensitive as Boolean = true)", registered<Map::theMapConstructor>()),
     method("Constructor(dic as dictionary, CaseSensitive as Boolean = true)",
            registered<Map::theMapConstructorDic>()),
-    method("Constructor(other as VariantToVariantHashMapQZR)", registered<Map::theMapConstructorCopy>()),
+    method("Constructor(other as VariantToVariantOrderedMapQZR)", registered<Map::theMapConstructorCopy>()),
     method("CloneDictionary as Dictionary", registered<Map::cloneDictionary>()),
     method("Operator_Convert as Dictionary", registered<Map::cloneDictionary>()),
-    method("Clone as VariantToVariantHashMapQZR", registered<Map::cloneMap>()),
+    method("Clone as VariantToVariantOrderedMapQZR", registered<Map::cloneMap>()),
     method("Clear", registered<Map::clear>()),
     method("ValueAtIndex(index as integer) as variant", registered<Map::ValueAtIndex>()),
     method("Key(index as integer) as variant", registered<Map::KeyAtIndex>()),
@@ -47,17 +47,19 @@ REALmethodDefinition methods[] = {
     method("Values as variant()", registered<Map::rbGetValues>()),
     method("AddKeys(targetArray() as variant)", registered<Map::rbGetKeys2>()),
     method("AddValues(targetArray() as variant)", registered<Map::rbGetValues2>()),
-    method("first as VariantToVariantHashMapIteratorQZR", registered<Map::getbegin>()),
-    method("last as VariantToVariantHashMapIteratorQZR", registered<Map::getend>()),
-    method("Remove(pos as VariantToVariantHashMapIteratorQZR)", registered<Map::erase1>()),
-    method("Remove(first as VariantToVariantHashMapIteratorQZR, last as VariantToVariantHashMapIteratorQZR)",
+    method("first as VariantToVariantMapIteratorQZR", registered<Map::getbegin>()),
+    method("last as VariantToVariantMapIteratorQZR", registered<Map::getend>()),
+    method("Remove(pos as VariantToVariantMapIteratorQZR)", registered<Map::erase1>()),
+    method("Remove(first as VariantToVariantMapIteratorQZR, last as VariantToVariantMapIteratorQZR)",
            registered<Map::erase2>()),
     method("Remove(key as variant) as integer", registered<Map::erase3>()),
     method("CountKey(key as variant) as integer", registered<Map::countRB>()),
-    method("find(key as variant) as VariantToVariantHashMapIteratorQZR", registered<Map::findRB>()),
+    method("find(key as variant) as VariantToVariantMapIteratorQZR", registered<Map::findRB>()),
     method("value(key as variant) as variant", registered<Map::getvalue>(), registered<Map::setvalue>()),
     method("hasKey(key as variant) as boolean", registered<Map::haskey>()),
     method("lookup(key as variant, defaultvalue as variant) as variant", registered<Map::lookup>()),
+    method("LowerBound(key as variant) as VariantToVariantMapIteratorQZR", registered<Map::lower_bound>()),
+    method("UpperBound(key as variant) as VariantToVariantMapIteratorQZR", registered<Map::upper_bound>()),
 };
 
 REALmethodDefinition iteratorMethods[] = {
@@ -65,17 +67,18 @@ REALmethodDefinition iteratorMethods[] = {
     method("Key as variant", registered<Iterator::iteratorGetKey>()),
     method("Value as variant", registered<Iterator::iteratorGetValue>(),
            registered<Iterator::iteratorSetValue>()),
-    method("isEqual(other as VariantToVariantHashMapIteratorQZR) as boolean",
+    method("isEqual(other as VariantToVariantMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsEqual>()),
-    method("isNotEqual(other as VariantToVariantHashMapIteratorQZR) as boolean",
+    method("isNotEqual(other as VariantToVariantMapIteratorQZR) as boolean",
            registered<Iterator::iteratorIsNotEqual>()),
+    method("MovePrev", registered<Iterator::iteratorMovePrev>()),
 };
 
 }  // namespace
 
-REALclassDefinition VariantToVariantHashMapClass = containerClass(
+REALclassDefinition VariantToVariantMapClass = containerClass(
     Class::kName, sizeof(Class::Data), registered<Map::theMapDestructor>(), properties, methods);
-REALclassDefinition VariantToVariantHashMapIteratorClass =
+REALclassDefinition VariantToVariantMapIteratorClass =
     iteratorClass(Class::kIteratorName, sizeof(Class::IteratorData), iteratorMethods);
 
 }  // namespace vornik
