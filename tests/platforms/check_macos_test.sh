@@ -76,7 +76,7 @@ extern "C" [[gnu::used]] const char also[] = "@(#)Vornik 0.9.9";
 END
 expect_failure version unversioned
 
-sed 's/libobjc/libextra/' cmake/macos/libobjc.tbd >"$work/libextra.tbd"
+sed 's/libobjc/libextra/' platforms/macos/libobjc.tbd >"$work/libextra.tbd"
 build extra-library "$work/libextra.tbd" </dev/null
 expect_failure libraries extra-library
 
@@ -127,7 +127,7 @@ mkdir "$work/bin"
 printf '#!/bin/sh\necho other >other.tgz\n' >"$work/bin/npm"
 chmod +x "$work/bin/npm"
 result=true
-PATH=$work/bin:$PATH script/npm-archive vornik-no-such-package@0.0.0 0123 2>"$work/refusal" && result=false
+PATH=$work/bin:$PATH platforms/npm-archive vornik-no-such-package@0.0.0 0123 2>"$work/refusal" && result=false
 grep -q 'its SHA-512 differs' "$work/refusal" || result=false
 [ ! -e build/npm/vornik-no-such-package-0.0.0.tgz ] || result=false
 report $result "a wrong archive is taken: $(cat "$work/refusal")"

@@ -1,4 +1,4 @@
-# Builds for macOS on 64-bit Intel without a Mac: clang and lld, with the sysroot that script/macos-sysroot makes.
+# Builds for macOS on 64-bit Intel without a Mac: clang and lld, with the sysroot that platforms/macos/sysroot makes.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_OSX_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/macos-sysroot)
