@@ -11,7 +11,7 @@ local parse = dofile(here .. "host_language.lua")
 local Types = dofile(here .. "host_types.lua")
 local Checker = dofile(here .. "host_checker.lua")
 local blocksOf = dofile(here .. "markdown.lua")
-local answer = dofile(here .. "../../host/console/reference/examples.lua")
+local answer = dofile(here .. "../../docs/tools/reference/examples.lua")
 
 local types = Types.new(Classes())
 local faults, counts = 0, { xojo = 0, lua = 0, console = 0 }
