@@ -1,6 +1,6 @@
 // What objects without a container and iterators without a position raise. What all other operations answer
 // is the differential suite's to check.
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

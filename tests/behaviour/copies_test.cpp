@@ -1,6 +1,6 @@
 // Maps made from maps and dictionaries and turned back into them, sets made from arrays, and the references
 // that values in them take.
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

@@ -9,7 +9,7 @@
 #include <optional>
 #include <random>
 
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

@@ -5,8 +5,8 @@
 #include <functional>
 #include <set>
 
-#include "tests/behaviour/container_test.h"
-#include "tests/behaviour/failures_memory.h"
+#include "tests/support/container_test.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik::behaviour {
 namespace {

@@ -1,5 +1,5 @@
 // Access by index and export to arrays: the cache behind it, and what drops it.
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

@@ -10,7 +10,7 @@
 #include <numeric>
 #include <random>
 
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

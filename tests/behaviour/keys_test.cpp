@@ -4,7 +4,7 @@
 #include <limits>
 #include <random>
 
-#include "tests/behaviour/container_test.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

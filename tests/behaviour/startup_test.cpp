@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "tests/behaviour/container_test.h"
-#include "tests/unit/captured_log.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "host/host.h"
 #include "plugin/structures/hash_table.h"
-#include "tests/behaviour/failures_memory.h"
 #include "tests/oracle/hashing.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik::oracle {
 namespace {

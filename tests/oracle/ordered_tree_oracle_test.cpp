@@ -13,7 +13,7 @@
 
 #include "host/host.h"
 #include "plugin/structures/ordered_tree.h"
-#include "tests/behaviour/failures_memory.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik {
 

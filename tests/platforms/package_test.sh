@@ -34,7 +34,7 @@ linux=build/release/plugin/Vornik.so
 what() { strings -a "$1" | grep -F '@(#)' | sort -u; }
 [ "$(what "$linux")" = "$(what "$unpacked/Vornik.dylib")" ]
 build/release/host/console/vornik-host --plugin "$linux" examples/tour.lua >"$work/tour"
-cmp "$work/tour" tests/behaviour/tour_expected.txt
+cmp "$work/tour" tests/host/tour_expected.txt
 pass "the library for Linux from the same sources is of the same version, and runs the tour"
 
 echo "$passed passed, 0 failed"

@@ -3,8 +3,8 @@
 #include "plugin/frame/host_services.h"
 #include "plugin/values/dictionaries.h"
 #include "plugin/values/host_arrays.h"
-#include "tests/unit/captured_log.h"
-#include "tests/unit/in_host.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/in_host.h"
 
 namespace vornik {
 namespace {

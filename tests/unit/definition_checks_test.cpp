@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "plugin/frame/globals.h"
-#include "tests/unit/captured_log.h"
+#include "tests/support/captured_log.h"
 
 namespace vornik {
 namespace {

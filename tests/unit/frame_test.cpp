@@ -10,8 +10,8 @@
 #include "plugin/frame/errors.h"
 #include "plugin/frame/host_services.h"
 #include "plugin/frame/host_string.h"
-#include "tests/unit/captured_log.h"
-#include "tests/unit/in_host.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/in_host.h"
 
 namespace vornik {
 namespace {

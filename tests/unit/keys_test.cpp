@@ -4,7 +4,7 @@
 
 #include "plugin/containers/kinds.h"
 #include "plugin/values/case_folding.h"
-#include "tests/unit/in_host.h"
+#include "tests/support/in_host.h"
 
 namespace vornik {
 namespace {

@@ -2,8 +2,8 @@
 
 #include "plugin/frame/host_services.h"
 #include "plugin/values/string_keys.h"
-#include "tests/unit/captured_log.h"
-#include "tests/unit/in_host.h"
+#include "tests/support/captured_log.h"
+#include "tests/support/in_host.h"
 
 namespace vornik {
 namespace {

@@ -1,6 +1,6 @@
 // The diagnostic lines that a piece of code writes.
-#ifndef VORNIK_TESTS_UNIT_CAPTURED_LOG_H
-#define VORNIK_TESTS_UNIT_CAPTURED_LOG_H
+#ifndef VORNIK_TESTS_SUPPORT_CAPTURED_LOG_H
+#define VORNIK_TESTS_SUPPORT_CAPTURED_LOG_H
 
 #include <gtest/gtest.h>
 
@@ -26,4 +26,4 @@ std::vector<std::string> logLinesOf(Body body) {
 
 }  // namespace vornik::test
 
-#endif  // VORNIK_TESTS_UNIT_CAPTURED_LOG_H
+#endif  // VORNIK_TESTS_SUPPORT_CAPTURED_LOG_H

@@ -1,10 +1,10 @@
-#include "fuzz/player.h"
+#include "tests/fuzz/player.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
-#include "tests/behaviour/failures_memory.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik::fuzz {
 

@@ -6,12 +6,12 @@
 #include <memory>
 #include <string>
 
-#include "fuzz/input.h"
-#include "fuzz/walk.h"
 #include "plugin/frame/globals.h"
 #include "plugin/values/string_keys.h"
 #include "plugin/values/text.h"
 #include "plugin/values/text_heads.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/walk.h"
 
 namespace vornik::fuzz {
 namespace {

@@ -1,7 +1,7 @@
 // What the suites through the loaded library share: a host with the library in it, a ledger that must be
 // empty when the test is over, and one class at a time, spoken to by key and value numbers.
-#ifndef VORNIK_TESTS_BEHAVIOUR_CONTAINER_TEST_H
-#define VORNIK_TESTS_BEHAVIOUR_CONTAINER_TEST_H
+#ifndef VORNIK_TESTS_SUPPORT_CONTAINER_TEST_H
+#define VORNIK_TESTS_SUPPORT_CONTAINER_TEST_H
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "tests/behaviour/class_facts.h"
+#include "tests/support/class_facts.h"
 
 namespace vornik::behaviour {
 
@@ -227,4 +227,4 @@ inline constexpr auto hasCaseChoice = [](const ClassFacts& facts) { return facts
 
 }  // namespace vornik::behaviour
 
-#endif  // VORNIK_TESTS_BEHAVIOUR_CONTAINER_TEST_H
+#endif  // VORNIK_TESTS_SUPPORT_CONTAINER_TEST_H

@@ -1,4 +1,4 @@
-#include "tests/behaviour/failures_memory.h"
+#include "tests/support/failures_memory.h"
 
 #include <cstddef>
 #include <cstdlib>

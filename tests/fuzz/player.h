@@ -1,6 +1,6 @@
 // A script made of an input's bytes: each step is one thing that script code can do.
-#ifndef VORNIK_FUZZ_PLAYER_H
-#define VORNIK_FUZZ_PLAYER_H
+#ifndef VORNIK_TESTS_FUZZ_PLAYER_H
+#define VORNIK_TESTS_FUZZ_PLAYER_H
 
 #include <array>
 #include <cstdint>
@@ -10,8 +10,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "fuzz/input.h"
-#include "fuzz/walk.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/walk.h"
 
 namespace vornik::fuzz {
 
@@ -102,4 +102,4 @@ class Player {
 
 }  // namespace vornik::fuzz
 
-#endif  // VORNIK_FUZZ_PLAYER_H
+#endif  // VORNIK_TESTS_FUZZ_PLAYER_H

@@ -1,4 +1,4 @@
-#include "fuzz/fresh_library.h"
+#include "tests/fuzz/fresh_library.h"
 
 #include <dlfcn.h>
 #include <elf.h>
@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "tests/behaviour/failures_memory.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik::fuzz {
 namespace {

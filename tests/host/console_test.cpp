@@ -48,7 +48,7 @@ class Console : public Test {
       std::filesystem::path(TempDir()) / ("console_test." + std::to_string(getpid()));
 };
 
-const std::string kScripts = VORNIK_SOURCES "/tests/behaviour/";
+const std::string kScripts = VORNIK_SOURCES "/tests/host/";
 const std::string kExamples = VORNIK_SOURCES "/examples/";
 
 TEST_F(Console, ScriptsAndTheTourSeeWhatTheyShould) {

@@ -1,6 +1,6 @@
 // A fixture for the plugin's own code, linked in and talking to the stand-in host.
-#ifndef VORNIK_TESTS_UNIT_IN_HOST_H
-#define VORNIK_TESTS_UNIT_IN_HOST_H
+#ifndef VORNIK_TESTS_SUPPORT_IN_HOST_H
+#define VORNIK_TESTS_SUPPORT_IN_HOST_H
 
 #include <gmock/gmock.h>
 
@@ -60,4 +60,4 @@ class InHost : public ::testing::Test {
 
 }  // namespace vornik::test
 
-#endif  // VORNIK_TESTS_UNIT_IN_HOST_H
+#endif  // VORNIK_TESTS_SUPPORT_IN_HOST_H

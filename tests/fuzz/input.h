@@ -1,7 +1,7 @@
 // The bytes of one input, read from the front. Whoever asks for more than there is gets zeros, so that every
 // input means something.
-#ifndef VORNIK_FUZZ_INPUT_H
-#define VORNIK_FUZZ_INPUT_H
+#ifndef VORNIK_TESTS_FUZZ_INPUT_H
+#define VORNIK_TESTS_FUZZ_INPUT_H
 
 #include <algorithm>
 #include <cstddef>
@@ -47,4 +47,4 @@ class Input {
 
 }  // namespace vornik::fuzz
 
-#endif  // VORNIK_FUZZ_INPUT_H
+#endif  // VORNIK_TESTS_FUZZ_INPUT_H

@@ -1,4 +1,4 @@
-#include "fuzz/walk.h"
+#include "tests/fuzz/walk.h"
 
 #include <algorithm>
 #include <bit>

@@ -3,10 +3,10 @@
 #include <bit>
 #include <cstring>
 
-#include "fuzz/input.h"
-#include "fuzz/walk.h"
 #include "plugin/frame/definition_checks.h"
 #include "plugin/frame/globals.h"
+#include "tests/fuzz/input.h"
+#include "tests/fuzz/walk.h"
 
 namespace vornik::fuzz {
 namespace {

@@ -4,9 +4,9 @@
 #include <functional>
 #include <stdexcept>
 
-#include "fuzz/fresh_library.h"
-#include "fuzz/player.h"
-#include "tests/behaviour/failures_memory.h"
+#include "tests/fuzz/fresh_library.h"
+#include "tests/fuzz/player.h"
+#include "tests/support/failures_memory.h"
 
 namespace vornik::fuzz {
 namespace {

@@ -1,7 +1,7 @@
 // The library as it is right after it was loaded, again for every input: what one input leaves behind must
 // not decide what the next one finds.
-#ifndef VORNIK_FUZZ_FRESH_LIBRARY_H
-#define VORNIK_FUZZ_FRESH_LIBRARY_H
+#ifndef VORNIK_TESTS_FUZZ_FRESH_LIBRARY_H
+#define VORNIK_TESTS_FUZZ_FRESH_LIBRARY_H
 
 #include <cstddef>
 #include <filesystem>
@@ -34,4 +34,4 @@ class FreshLibrary {
 
 }  // namespace vornik::fuzz
 
-#endif  // VORNIK_FUZZ_FRESH_LIBRARY_H
+#endif  // VORNIK_TESTS_FUZZ_FRESH_LIBRARY_H

@@ -1,6 +1,6 @@
 // Memory that runs out on command: for the library's allocations only, never for the host's or the test's.
-#ifndef VORNIK_TESTS_BEHAVIOUR_FAILURES_MEMORY_H
-#define VORNIK_TESTS_BEHAVIOUR_FAILURES_MEMORY_H
+#ifndef VORNIK_TESTS_SUPPORT_FAILURES_MEMORY_H
+#define VORNIK_TESTS_SUPPORT_FAILURES_MEMORY_H
 
 #include <cstddef>
 
@@ -23,4 +23,4 @@ void freeLibraryMemory();
 
 }  // namespace vornik::behaviour
 
-#endif  // VORNIK_TESTS_BEHAVIOUR_FAILURES_MEMORY_H
+#endif  // VORNIK_TESTS_SUPPORT_FAILURES_MEMORY_H

@@ -1,7 +1,7 @@
 // What tells the eighteen containers apart, and keys and values for each of them. The suites are written once
 // over this table.
-#ifndef VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H
-#define VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H
+#ifndef VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
+#define VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
 
 #include <array>
 #include <cstdint>
@@ -120,4 +120,4 @@ std::vector<Subject> subjectsWhere(Predicate predicate) {
 
 }  // namespace vornik::behaviour
 
-#endif  // VORNIK_TESTS_BEHAVIOUR_CLASS_FACTS_H
+#endif  // VORNIK_TESTS_SUPPORT_CLASS_FACTS_H

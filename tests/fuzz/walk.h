@@ -1,7 +1,7 @@
 // What must hold of a container whatever was done to it, looked at through the functions that script code
 // would call.
-#ifndef VORNIK_FUZZ_WALK_H
-#define VORNIK_FUZZ_WALK_H
+#ifndef VORNIK_TESTS_FUZZ_WALK_H
+#define VORNIK_TESTS_FUZZ_WALK_H
 
 #include <cstdint>
 #include <map>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/host.h"
-#include "tests/behaviour/class_facts.h"
+#include "tests/support/class_facts.h"
 
 namespace vornik::fuzz {
 
@@ -47,4 +47,4 @@ class Walker {
 
 }  // namespace vornik::fuzz
 
-#endif  // VORNIK_FUZZ_WALK_H
+#endif  // VORNIK_TESTS_FUZZ_WALK_H
