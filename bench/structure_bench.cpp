@@ -3,6 +3,7 @@
 #include "bench/harness.h"
 #include "bench/keys.h"
 #include "bench/raw_map.h"
+#include "plugin/containers/hashing.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/orders.h"
 #include "plugin/structures/hash_table.h"

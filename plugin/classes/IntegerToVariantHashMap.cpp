@@ -1,5 +1,6 @@
 #include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
+#include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/containers/map_functions.h"

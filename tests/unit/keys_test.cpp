@@ -2,6 +2,7 @@
 #include <bit>
 #include <limits>
 
+#include "plugin/containers/hashing.h"
 #include "plugin/containers/kinds.h"
 #include "plugin/values/case_folding.h"
 #include "tests/support/in_host.h"
