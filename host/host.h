@@ -79,21 +79,6 @@ struct RegisteredClass {
   std::vector<RegisteredProperty> properties;
 };
 
-/// The kinds of plain variant that "VarType" tells apart, with the host's type codes.
-enum class VariantType : std::int64_t {
-  kNil = 0,
-  kInt32 = 2,
-  kInt64 = 3,
-  kSingle = 4,
-  kDouble = 5,
-  kCurrency = 6,
-  kString = 8,
-  kObject = 9,
-  kBoolean = 11,
-  kColor = 16,
-  kText = 37,
-};
-
 class Host {
  public:
   explicit Host(HostOptions options = {});

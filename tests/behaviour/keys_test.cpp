@@ -9,24 +9,22 @@
 namespace vornik::behaviour {
 namespace {
 
-using Type = host::VariantType;
-
 struct TextKeys : ContainerTest {
   bool has(const Value& container, const Value& k) { return call(container, "CountKey", {k}).integer() == 1; }
 };
 VORNIK_FOR_CLASSES(TextKeys, hasCaseChoice);
 struct VariantKeys : TextKeys {
   Values mixedKeys() {
-    Values keys = {Value(), host().variant(Type::kDouble, std::nan("")),
-                   host().variant(Type::kSingle, std::nan(""))};
+    Values keys = {Value(), host().variant(kVariantDouble, std::nan("")),
+                   host().variant(kVariantSingle, std::nan(""))};
     for (int i = 0; i < 12; ++i) {
-      for (const Type type : {Type::kInt32, Type::kInt64, Type::kColor})
+      for (const VariantType type : {kVariantInt32, kVariantInt64, kVariantColor})
         keys.push_back(host().variant(type, i));
-      for (const Type type : {Type::kSingle, Type::kDouble, Type::kCurrency})
+      for (const VariantType type : {kVariantSingle, kVariantDouble, kVariantCurrency})
         keys.push_back(host().variant(type, i / 2.0));
-      for (const Type type : {Type::kString, Type::kText})
+      for (const VariantType type : {kVariantString, kVariantText})
         keys.push_back(host().variant(type, std::string(1, "abAB"[i % 4])));
-      keys.push_back(host().variant(Type::kInt64, i, true));
+      keys.push_back(host().variant(kVariantInt64, i, true));
       keys.push_back(host().scriptObject("key"));
     }
     return keys;
@@ -60,9 +58,9 @@ TEST_P(TextKeys, CompareAsChosen) {
 
 TEST_P(VariantKeys, OfDifferentTypesAreDifferentAndTheFirstOneStays) {
   const auto variants = [&] {
-    Values all{nullptr, host().variant(Type::kInt32, 1, true), host().variant(Type::kInt64, 1, true)};
-    for (const Type type : {Type::kInt32, Type::kInt64, Type::kSingle, Type::kDouble, Type::kBoolean,
-                            Type::kColor, Type::kString, Type::kText})
+    Values all{nullptr, host().variant(kVariantInt32, 1, true), host().variant(kVariantInt64, 1, true)};
+    for (const VariantType type : {kVariantInt32, kVariantInt64, kVariantSingle, kVariantDouble,
+                                   kVariantBoolean, kVariantColor, kVariantString, kVariantText})
       all.push_back(host().variant(type, 1));
     return all;
   };
@@ -137,12 +135,12 @@ TEST_P(VariantKeys, ALoneEntryStandsToEveryKeyAsTheRulesSay) {
   if (!facts().ordered) return;
   Values all = mixedKeys();
   for (const double number : {-1e300, -2.5, -1e-310, HUGE_VAL, -HUGE_VAL})
-    all.push_back(host().variant(Type::kDouble, number));
+    all.push_back(host().variant(kVariantDouble, number));
   for (const std::int64_t number : {std::int64_t{-5}, std::numeric_limits<std::int64_t>::min()})
-    all.push_back(host().variant(Type::kInt64, number));
-  for (const bool flag : {false, true}) all.push_back(host().variant(Type::kBoolean, flag));
+    all.push_back(host().variant(kVariantInt64, number));
+  for (const bool flag : {false, true}) all.push_back(host().variant(kVariantBoolean, flag));
   for (const char* text : {"abcdefgh1", "abcdefgh2", "ABCDEFGH2", "abcdefgh"})
-    all.push_back(host().variant(Type::kString, std::string(text)));
+    all.push_back(host().variant(kVariantString, std::string(text)));
   for (const Value& entry : all) {
     // Each of two is found under itself.
     for (const Value& other : all) {

@@ -84,7 +84,7 @@ inline host::Value keyOf(Kind kind, int i) {
   const bool borrowed = someTextsAreBorrowed && ++turn % 2 == 0;
   const host::Value text =
       borrowed ? host.string("Cl\u00e9 " + digits) : host.string("Cl\xe9 " + digits, kEncodingISOLatin1);
-  return kind == Kind::kString ? text : host.variant(host::VariantType::kString, text);
+  return kind == Kind::kString ? text : host.variant(kVariantString, text);
 }
 
 /// Distinct values, for Variant alternating between text and numbers.

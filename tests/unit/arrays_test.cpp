@@ -134,7 +134,7 @@ TEST_F(Arrays, AProbeThatFailsIsNamedAndAccessGoesOnThroughTheProcedures) {
 }
 
 TEST_F(Dictionaries, AreServedByTheirHostsOwnMethodsWhichAreLookedUpOnce) {
-  const Value key = host_.variant(host::VariantType::kString, "k"), first = host_.dictionary();
+  const Value key = host_.variant(kVariantString, "k"), first = host_.dictionary();
   auto* handle = as<_REALdictionary>(first);
   host_.failFrom("REALLoadObjectMethod", 1);
   EXPECT_THAT(
