@@ -1,4 +1,4 @@
-// What tells the eighteen containers apart, and keys and values for each of them. The suites are written once
+// What tells the containers apart, and keys and values for each of them. The suites are written once
 // over this table.
 #ifndef VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
 #define VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
