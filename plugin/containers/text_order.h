@@ -19,14 +19,14 @@ enum class Direction { kAscending, kDescending };
 
 /// A number as nodes keep it, in which what comes first in the container is the smaller. Its own reverse.
 template <Direction kDirection>
-constexpr std::uint64_t directed(std::uint64_t number) {
+constexpr std::uint64_t directedNumber(std::uint64_t number) {
   return kDirection == Direction::kAscending ? number : ~number;
 }
 
 /// How an entry stands to a probe in a container: negative where it comes before. compare(x, y) is the
 /// three-way comparison of what they hold; it is asked as an order of that direction asks.
 template <Direction kDirection, typename Entry, typename Probe, typename Compare>
-std::int64_t directed(const Entry& entry, const Probe& probe, Compare compare) {
+std::int64_t compareDirected(const Entry& entry, const Probe& probe, Compare compare) {
   return kDirection == Direction::kAscending ? compare(entry, probe) : compare(probe, entry);
 }
 
@@ -58,7 +58,7 @@ void tightenHeads(TextPrefix& prefix, std::uint64_t* numbers, unsigned count, Te
        i-- > 0;) {  // the last gives the prefix; the first, which is read last, what of it is common
     const auto operand = textOf(i);
     const std::string_view text = operand.keyText();
-    if (text.size() < prefix.length || directed<kDirection>(headOf(text, prefix.length)) != numbers[i])
+    if (text.size() < prefix.length || directedNumber<kDirection>(headOf(text, prefix.length)) != numbers[i])
       return;
     if (i == count - 1) {
       const auto other = textOf(0);
@@ -67,7 +67,7 @@ void tightenHeads(TextPrefix& prefix, std::uint64_t* numbers, unsigned count, Te
       if (longer.length <= prefix.length) return;
     }
     if (!text.starts_with(longer.text())) return;
-    fresh[i] = directed<kDirection>(headOf(text, longer.length));
+    fresh[i] = directedNumber<kDirection>(headOf(text, longer.length));
   }
   if (!std::is_sorted(fresh, fresh + count)) return;
   std::copy_n(fresh, count, numbers);
@@ -98,9 +98,9 @@ struct StringOrder {
   static Found search(const Routes<StringOrder>& routes, unsigned capacity, unsigned count,
                       const Probe& probe) {
     const auto compareText = [&](unsigned i) {
-      return directed<kDirection>(Probe(routes.details[i].string), probe, [](const Probe& a, const Probe& b) {
-        return kHasHeads ? CompareS(a, b) : CompareI(a, b);
-      });
+      return compareDirected<kDirection>(
+          Probe(routes.details[i].string), probe,
+          [](const Probe& a, const Probe& b) { return kHasHeads ? CompareS(a, b) : CompareI(a, b); });
     };
     if constexpr (kHasHeads) {
       // A lone key under the same handle is found before anybody asks for its text.
@@ -110,8 +110,8 @@ struct StringOrder {
       const int beyond = text.compare(0, routes.shared->length, routes.shared->text());
       if (beyond != 0) return {(beyond > 0) == (kDirection == Direction::kAscending) ? count : 0, false};
       const TextHead head = headOf(text, routes.shared->length);
-      return searchNumbers<kBound, kDirection>(routes.numbers, capacity, count, directed<kDirection>(head),
-                                               !reachesEnd(head), compareText);
+      return searchNumbers<kBound, kDirection>(
+          routes.numbers, capacity, count, directedNumber<kDirection>(head), !reachesEnd(head), compareText);
     } else {
       return bisect<kBound>(0, count, compareText);
     }
@@ -130,7 +130,7 @@ struct StringOrder {
   // ---- Heads and the prefix before them
 
   static Number number(const Probe& probe, const Shared& shared) {
-    return directed<kDirection>(headOf(probe.keyText(), shared.length));
+    return directedNumber<kDirection>(headOf(probe.keyText(), shared.length));
   }
   static Shared shared(const Probe& probe) { return Shared(probe.keyText()); }
   static bool shares(const Shared& shared, const Probe& probe) {
@@ -145,7 +145,7 @@ struct StringOrder {
     return a;
   }
   static Number translate(Number number, Detail, const Shared& from, const Shared& to) {
-    return directed<kDirection>(headBehindShorter(directed<kDirection>(number), from, to.length));
+    return directedNumber<kDirection>(headBehindShorter(directedNumber<kDirection>(number), from, to.length));
   }
   static void tighten(const Routes<StringOrder>& routes, unsigned count) {
     tightenHeads<kDirection>(*routes.shared, routes.numbers, count,

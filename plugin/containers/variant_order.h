@@ -76,7 +76,7 @@ struct VariantOrder {
   // ---- Numbers, and what they are relative to
 
   static Number number(const Probe& probe, const Shared& shared) {
-    return directed<kDirection>(ascendingNumber(probe, shared.prefix.length));
+    return directedNumber<kDirection>(ascendingNumber(probe, shared.prefix.length));
   }
   static Shared shared(const Probe& probe) {
     Shared own;
@@ -98,8 +98,8 @@ struct VariantOrder {
   }
   static Number translate(Number number, Detail detail, const Shared& from, const Shared& to) {
     if (!hasHead(detail.type)) return number;
-    return directed<kDirection>(
-        headBehindShorter(directed<kDirection>(number), from.prefix, to.prefix.length));
+    return directedNumber<kDirection>(
+        headBehindShorter(directedNumber<kDirection>(number), from.prefix, to.prefix.length));
   }
   static void tighten(const Routes<VariantOrder>& routes, unsigned count) {
     if (!hasHead(routes.shared->type)) return;
@@ -174,10 +174,10 @@ struct VariantOrder {
 
   static std::int64_t compareText(const Routes<VariantOrder>& routes, unsigned i, const Probe& probe) {
     const VariantText entry(routes.details[i].variant);
-    return directed<kDirection>(entry.operand, probe.text(),
-                                [](const StringOperand& a, const StringOperand& b) {
-                                  return kHasHeads ? CompareS(a, b) : CompareI(a, b);
-                                });
+    return compareDirected<kDirection>(entry.operand, probe.text(),
+                                       [](const StringOperand& a, const StringOperand& b) {
+                                         return kHasHeads ? CompareS(a, b) : CompareI(a, b);
+                                       });
   }
 
   /// By the rules for any two variants. Where both have the same type only the probe is asked for its value.
@@ -185,11 +185,12 @@ struct VariantOrder {
     const Detail& entry = routes.details[i];
     if (entry.variant == probe.variant()) return 0;
     if (entry.variant == nullptr || probe.variant() == nullptr || entry.type != probe.type()) {
-      return directed<kDirection>(address(entry.variant), address(probe.variant()), [](auto a, auto b) {
-        return static_cast<std::int64_t>(a - b);  // Nil is address 0, and before all others
-      });
+      return compareDirected<kDirection>(
+          address(entry.variant), address(probe.variant()), [](auto a, auto b) {
+            return static_cast<std::int64_t>(a - b);  // Nil is address 0, and before all others
+          });
     }
-    const Number mine = directed<kDirection>(routes.numbers[i]);
+    const Number mine = directedNumber<kDirection>(routes.numbers[i]);
     const Number others = ascendingNumber(probe, 0);
     if (isFloating(entry.type) && (std::isnan(doubleFrom(mine)) || std::isnan(doubleFrom(others)))) return 0;
     if (mine != others) return (mine < others) == (kDirection == Direction::kAscending) ? -1 : 1;
