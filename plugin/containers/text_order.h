@@ -43,19 +43,18 @@ Found searchNumbers(const std::uint64_t* numbers, unsigned capacity, unsigned co
   return bisect<kBound>(first, last, compareText);
 }
 
-/// Lengthens the prefix of a node's texts where some of them are not told apart by their heads. textOf(i)
-/// reads a text anew, which may ask the host; one that is not what it was when it went in leaves everything
-/// as it is. At most two passes over the texts of a node.
-template <Direction kDirection, typename TextOf>
+/// Lengthens the prefix of a node's texts, of which there are at most kMost, where some of them are not told
+/// apart by their heads. textOf(i) reads a text anew, which may ask the host; one that is not what it was
+/// when it went in leaves everything as it is. At most two passes over the texts of a node.
+template <Direction kDirection, unsigned kMost, typename TextOf>
 void tightenHeads(TextPrefix& prefix, std::uint64_t* numbers, unsigned count, TextOf textOf) {
   if (std::adjacent_find(numbers, numbers + count) == numbers + count) return;
   const TextHead differing = numbers[0] ^ numbers[count - 1];
   if (differing >> 56 != 0) return;
-  constexpr unsigned kMost = 64;
   std::uint64_t fresh[kMost];
   TextPrefix longer;
-  for (unsigned i = count;
-       i-- > 0;) {  // the last gives the prefix; the first, which is read last, what of it is common
+  // The last gives the prefix; the first, which is read last, what of it is common.
+  for (unsigned i = count; i-- > 0;) {
     const auto operand = textOf(i);
     const std::string_view text = operand.keyText();
     if (text.size() < prefix.length || directedNumber<kDirection>(headOf(text, prefix.length)) != numbers[i])
@@ -147,9 +146,10 @@ struct StringOrder {
   static Number translate(Number number, Detail, const Shared& from, const Shared& to) {
     return directedNumber<kDirection>(headBehindShorter(directedNumber<kDirection>(number), from, to.length));
   }
+  template <unsigned kMost>
   static void tighten(const Routes<StringOrder>& routes, unsigned count) {
-    tightenHeads<kDirection>(*routes.shared, routes.numbers, count,
-                             [&](unsigned i) { return Probe(routes.details[i].string); });
+    tightenHeads<kDirection, kMost>(*routes.shared, routes.numbers, count,
+                                    [&](unsigned i) { return Probe(routes.details[i].string); });
   }
 };
 

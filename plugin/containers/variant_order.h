@@ -101,10 +101,11 @@ struct VariantOrder {
     return directedNumber<kDirection>(
         headBehindShorter(directedNumber<kDirection>(number), from.prefix, to.prefix.length));
   }
+  template <unsigned kMost>
   static void tighten(const Routes<VariantOrder>& routes, unsigned count) {
     if (!hasHead(routes.shared->type)) return;
-    tightenHeads<kDirection>(routes.shared->prefix, routes.numbers, count,
-                             [&](unsigned i) { return VariantText(routes.details[i].variant); });
+    tightenHeads<kDirection, kMost>(routes.shared->prefix, routes.numbers, count,
+                                    [&](unsigned i) { return VariantText(routes.details[i].variant); });
   }
 
  private:

@@ -43,10 +43,12 @@ namespace vornik {
 ///
 /// and, only where Shared is not empty:
 ///
-///   shared(probe), shares(shared, probe)   what a key shares with itself; whether it shares all that a
-///   node's keys do common(shared, probe or shared)      what both have translate(number, detail, from, to)
-///   a number relative to less than it was tighten(routes, count)               may let them share more, with
-///   numbers to match; asks the host
+///   shared(probe), shares(shared, probe)   what a key shares with itself; whether it shares all that a node's
+///                                          keys do
+///   common(shared, probe or shared)        what both have
+///   translate(number, detail, from, to)    a number relative to less than it was
+///   tighten<kMost>(routes, count)          may let them, kMost at most, share more, with numbers to match;
+///                                          asks the host
 ///
 /// None of them fails. Destroying keys and values can run host code, and host code can come back to this very
 /// container. Whatever takes entries out therefore hands them to the caller, who lets them die once the

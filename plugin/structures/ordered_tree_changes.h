@@ -125,8 +125,8 @@ VORNIK_TREE(VORNIK_TREE_TYPE(Place))::split(Place place, const Probe& probe) {
   }
   if constexpr (View::kShares) {
     if (kept != Sizes::kLeaf) {
-      Order::tighten(leaf->routes(), leaf->count);
-      Order::tighten(fresh->routes(), fresh->count);
+      Order::template tighten<Sizes::kMostRoutes>(leaf->routes(), leaf->count);
+      Order::template tighten<Sizes::kMostRoutes>(fresh->routes(), fresh->count);
     }
   }
   Leaf* const left = beforeAll ? fresh : leaf;
@@ -164,8 +164,8 @@ VORNIK_TREE(void)::attach(Node* left, Node* right, Node* fresh, View greatest, u
     parent->moveChildren(kept, sibling);
     parent->separators().moveTail(separators, kept, sibling->separators());
     if constexpr (View::kShares) {
-      Order::tighten(parent->separators(), kept);
-      Order::tighten(sibling->separators(), separators - kept);
+      Order::template tighten<Sizes::kMostRoutes>(parent->separators(), kept);
+      Order::template tighten<Sizes::kMostRoutes>(sibling->separators(), separators - kept);
     }
     // The separator behind the children that stay becomes the one between the halves.
     attach(parent, sibling, sibling, parent->separators(), kept - 1, reserve);

@@ -34,6 +34,8 @@ template <unsigned kEntries, unsigned kChildren>
 struct NodeSizes {
   static constexpr unsigned kLeaf = kEntries;
   static constexpr unsigned kInner = kChildren;
+  /// No node has more routes.
+  static constexpr unsigned kMostRoutes = std::max(kEntries, kChildren);
   /// A leaf that is the whole tree begins small and grows by four, so that small containers are small.
   static constexpr unsigned kFirstLeaf = std::max(1u, kEntries / 16);
   static constexpr unsigned kLeastLeaf = std::max(2u, kEntries / 4);
