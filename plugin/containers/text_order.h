@@ -1,5 +1,5 @@
-// What the orders of String keys and of Variant keys that hold text have in common, and the order of String
-// keys.
+// What the orders of String keys and of Variant keys that hold text have in common, and the order of
+// String keys.
 #ifndef VORNIK_CONTAINERS_TEXT_ORDER_H
 #define VORNIK_CONTAINERS_TEXT_ORDER_H
 
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "plugin/structures/tree_nodes.h"
+#include "plugin/structures/tree_routes.h"
 #include "plugin/structures/tree_search.h"
 #include "plugin/values/string_keys.h"
 #include "plugin/values/text_heads.h"
@@ -30,8 +30,8 @@ std::int64_t compareDirected(const Entry& entry, const Probe& probe, Compare com
   return kDirection == Direction::kAscending ? compare(entry, probe) : compare(probe, entry);
 }
 
-/// Search among the numbers of a node that are in order; compareText(i) settles a tie that the numbers leave
-/// open.
+/// Search among the numbers of a node that are in order; compareText(i) settles a tie that the numbers
+/// leave open.
 template <Bound kBound, Direction kDirection, typename CompareText>
 Found searchNumbers(const std::uint64_t* numbers, unsigned capacity, unsigned count, std::uint64_t number,
                     bool tiesAreOpen, CompareText compareText) {
@@ -135,11 +135,11 @@ struct StringOrder {
   static bool shares(const Shared& shared, const Probe& probe) {
     return probe.keyText().starts_with(shared.text());
   }
-  static Shared common(Shared shared, const Probe& probe) {
+  static Shared narrowed(Shared shared, const Probe& probe) {
     shared.shorten(commonLength(shared.text(), probe.keyText()));
     return shared;
   }
-  static Shared common(Shared a, const Shared& b) {
+  static Shared narrowed(Shared a, const Shared& b) {
     a.shorten(commonLength(a.text(), b.text()));
     return a;
   }

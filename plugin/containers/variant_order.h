@@ -88,10 +88,10 @@ struct VariantOrder {
     return (shared.type == kMixed || shared.type == uniformType(probe)) &&
            (shared.prefix.length == 0 || probe.text().keyText().starts_with(shared.prefix.text()));
   }
-  static Shared common(Shared shared, const Probe& probe) {
-    return common(std::move(shared), VariantOrder::shared(probe));
+  static Shared narrowed(Shared shared, const Probe& probe) {
+    return narrowed(std::move(shared), VariantOrder::shared(probe));
   }
-  static Shared common(Shared a, const Shared& b) {
+  static Shared narrowed(Shared a, const Shared& b) {
     if (a.type != b.type) a.type = kMixed;
     a.prefix.shorten(a.type == kMixed ? 0 : commonLength(a.prefix.text(), b.prefix.text()));
     return a;
@@ -136,8 +136,8 @@ struct VariantOrder {
     return type == kVariantSingle || type == kVariantDouble || type == kVariantCurrency;
   }
   static Number fromSigned(std::int64_t value) { return static_cast<Number>(value) ^ kSign; }
-  /// The bits of positive numbers ascend with them, those of negative ones descend. Both zeros are the same
-  /// number.
+  /// The bits of positive numbers ascend with them, those of negative ones descend. Both zeros are the
+  /// same number.
   static Number fromDouble(double value) {
     const auto bits = std::bit_cast<Number>(value == 0 ? 0.0 : value);
     return (bits & kSign) != 0 ? ~bits : bits | kSign;

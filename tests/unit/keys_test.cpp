@@ -140,8 +140,8 @@ TEST_F(Keys, TextsThatNumbersLeaveAloneShareMoreWhenALargeNodeIsSplit) {
   tree.findOrInsert(stringOf("b"));
   for (int i = 512; i > 0; --i) tree.findOrInsert(stringOf("customer " + std::to_string(1000 + i)));
   const auto* leaf = tree.begin().leaf;
-  EXPECT_EQ(leaf->common.text(), "");
-  EXPECT_EQ(leaf->next->common.text(), "customer 1");
+  EXPECT_EQ(leaf->shared.text(), "");
+  EXPECT_EQ(leaf->next->shared.text(), "customer 1");
   for (int i = 512; i > 0; --i) {
     EXPECT_NE(tree.find(stringOf("customer " + std::to_string(1000 + i))), tree.end());
   }
