@@ -26,38 +26,23 @@
 #include <utility>
 
 #include "plugin/structures/positions.h"
+#include "plugin/structures/tree_order.h"
 #include "plugin/structures/tree_search.h"
 #include "plugin/structures/tree_shape.h"
 
 namespace vornik {
 
-/// Key is what an entry that has left the container still holds. Order says how keys are kept and compared:
+/// Key is what an entry that has left the container still holds, Order how keys are kept and
+/// compared (tree_order.h).
 ///
-///   Probe, Number, Detail, Shared   a searched key, and the parts of a route (tree_nodes.h)
-///   search<Bound>(routes, capacity, last, probe)   the place of a probe among the first `last` routes of a
-///   node
-///                                        with arrays of `capacity`; later ones are only looked at for
-///                                        nothing
-///   number(probe, shared), hold(probe)   a new entry's route; hold takes the reference that the entry owns
-///   hold(detail)                         a reference more, for a copy of an entry
-///   lend(number, detail)                 the key as callers see it, borrowed
-///   release(number, detail)              the Key that owns what the entry owned
-///
-/// and, only where Shared is not empty:
-///
-///   shared(probe), shares(shared, probe)   what a key shares with itself; whether it shares all that a node's
-///                                          keys do
-///   narrowed(shared, probe or shared)      what both have
-///   translate(number, detail, from, to)    a number relative to less than it was
-///   tighten<kMost>(routes, count)          may let them, kMost at most, share more, with numbers to match;
-///                                          asks the host
-///
-/// None of them fails. Destroying keys and values can run host code, and host code can come back to this very
-/// container. Whatever takes entries out therefore hands them to the caller, who lets them die once the
-/// container is whole again. Every operation leaves the container as it was when it throws, and removing
-/// never throws where it could not have reserved.
+/// Destroying keys and values can run host code, and host code can come back to this very container. Whatever
+/// takes entries out therefore hands them to the caller, who lets them die once the container is whole again.
+/// Every operation leaves the container as it was when it throws, and removing never throws where it could
+/// not have reserved.
 template <typename Key, typename Value, typename Order, typename Sizes = ShippedSizes>
 class OrderedTree {
+  static_assert(TreeOrder<Order, Key>);
+
   using Shape = TreeShape<OrderedTree, Value, Order, Sizes>;
   using Node = typename Shape::Node;
   using Leaf = typename Shape::Leaf;

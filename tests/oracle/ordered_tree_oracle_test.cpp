@@ -128,6 +128,23 @@ struct LyingOrder : TestOrder {
   }
 };
 
+// Orders that lack something are refused as a whole.
+struct WithoutIsBefore : LyingOrder {
+  [[maybe_unused]] static constexpr bool kLooksAtTheLastFirst = true;  // isBefore is for other routes
+};
+struct WithoutNumber : LyingOrder {
+  static void number(Probe, Shared);
+};
+struct WithoutHold : LyingOrder {
+  static Detail hold(Probe);
+};
+struct WithSharedButNoMore : LyingOrder {
+  using Shared = std::int64_t;
+};
+static_assert(TreeOrder<LyingOrder, CountedKey> && !TreeOrder<LyingOrder, std::int64_t>);
+static_assert(!TreeOrder<WithoutIsBefore, CountedKey> && !TreeOrder<WithoutNumber, CountedKey> &&
+              !TreeOrder<WithoutHold, CountedKey> && !TreeOrder<WithSharedButNoMore, CountedKey>);
+
 using Tiny = NodeSizes<4, 4>;
 using Small = NodeSizes<8, 16>;
 using Shipped = NodeSizes<64, 64>;
