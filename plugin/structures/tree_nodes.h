@@ -193,48 +193,6 @@ struct TreeNodes {
     Inner* inners_ = nullptr;
   };
 
-  // ---- Separators up the path
-
-  /// Puts another greatest route below `node` in place of the one that was: into the first separator on the
-  /// way up, or nowhere where the node is the last of its level.
-  static void renewSeparator(const Node* node, const View& greatest, unsigned index) noexcept {
-    for (Inner* parent = node->parent; parent != nullptr; node = parent, parent = parent->parent) {
-      const unsigned at = parent->indexOf(node);
-      if (at == parent->separatorCount()) continue;
-      return parent->separators().assign(parent->separatorCount(), at, greatest, index);
-    }
-  }
-
-  /// Takes neighbours out of their parent, and the parent, where none is left, out of its own. Something must
-  /// be left in the tree.
-  static void removeChildren(Inner* parent, unsigned first, unsigned count) noexcept {
-    if (count == parent->count) {
-      removeChildren(parent->parent, parent->parent->indexOf(parent), 1);
-      delete parent;
-      return;
-    }
-    const View separators = parent->separators();
-    const unsigned separatorCount = parent->separatorCount();
-    if (first + count < parent->count) {
-      separators.close(separatorCount, first, count);
-    } else {
-      // The child in front of them becomes the last, whose greatest is the parent's.
-      renewSeparator(parent, separators, first - 1);
-      separators.close(separatorCount, first - 1, count);
-    }
-    parent->removeChildren(first, count);
-  }
-
-  /// Destroys the inner nodes from this one down, and no leaves.
-  static void destroyInner(Node* node) noexcept {
-    if (node->level == 0) return;
-    auto* const inner = static_cast<Inner*>(node);
-    if (inner->level > 1) {
-      for (unsigned i = 0; i < inner->count; ++i) destroyInner(inner->children[i]);
-    }
-    delete inner;
-  }
-
   // ---- Entries of leaves, with their slots
 
   using Positions = PositionTable<Owner, Leaf*>;

@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "plugin/structures/tree_nodes.h"
+#include "plugin/structures/tree_paths.h"
 
 namespace vornik {
 
@@ -22,6 +23,7 @@ namespace vornik {
 template <typename Owner, typename Value, typename Order, typename Sizes>
 class TreeShape {
   using Nodes = TreeNodes<Owner, Value, Order, Sizes>;
+  using Paths = TreePaths<Nodes>;
   using View = Routes<Order>;
   using OwnedLeaf = typename Nodes::OwnedLeaf;
   using SpareInners = typename Nodes::SpareInners;
@@ -53,13 +55,7 @@ class TreeShape {
     if (last.leaf == nullptr) return true;
     if (first.leaf == nullptr) return false;
     if (first.leaf == last.leaf) return first.index <= last.index;
-    const Node* a = first.leaf;
-    const Node* b = last.leaf;
-    while (a->parent != b->parent) {
-      a = a->parent;
-      b = b->parent;
-    }
-    return a->parent->indexOf(a) < a->parent->indexOf(b);
+    return Paths::isBefore(first.leaf, last.leaf);
   }
 
   // ---- Insertion: where there is room an entry is opened; a full leaf is split first and settled afterwards
@@ -157,7 +153,7 @@ class TreeShape {
     Nodes::closeEntries(leaf, place.index, 1);
     --size_;
     if (place.index == leaf->count && leaf->count != 0) {
-      Nodes::renewSeparator(leaf, leaf->routes(), leaf->count - 1u);
+      Paths::renewSeparator(leaf, leaf->routes(), leaf->count - 1u);
     }
     if (leaf->count < Sizes::kLeastLeaf) rebalance(leaf, false);
   }
@@ -185,7 +181,7 @@ class TreeShape {
     if (cutsFirst) {
       const unsigned behind = (withinLeaf ? last.index : first.leaf->count) - first.index;
       cut(first.leaf, first.index, behind, ofFirst.get());
-      if (!withinLeaf) Nodes::renewSeparator(first.leaf, first.leaf->routes(), first.leaf->count - 1u);
+      if (!withinLeaf) Paths::renewSeparator(first.leaf, first.leaf->routes(), first.leaf->count - 1u);
       if (ofFirst != nullptr) link = &(*link = ofFirst.release())->next;
       whole = withinLeaf ? last.leaf : first.leaf->next;
     }
@@ -206,7 +202,7 @@ class TreeShape {
   /// Linear in the number of leaves and positions.
   Leaf* extractAll() noexcept {
     freeAllSlots();
-    if (root_ != nullptr) Nodes::destroyInner(std::exchange(root_, nullptr));
+    if (root_ != nullptr) Paths::destroyInner(std::exchange(root_, nullptr));
     last_ = nullptr;
     size_ = 0;
     return std::exchange(first_, nullptr);
@@ -249,7 +245,7 @@ class TreeShape {
     if (parent->count == parent->capacity) {
       Inner* const sibling = spare.take();
       sibling->level = parent->level;
-      if (isOutermost(parent, at, fresh == left)) {
+      if (Paths::isOutermost(parent, at, fresh == left)) {
         // As with leaves: at either end of the tree the full node stays, and the fresh one begins a new.
         sibling->insertChild(0, fresh);
         if (fresh == left) return attach(sibling, parent, sibling, greatest, index, spare);
@@ -273,17 +269,6 @@ class TreeShape {
     }
     parent->separators().insert(parent->separatorCount(), at, greatest, index);
     parent->insertChild(fresh == left ? at : at + 1, fresh);
-  }
-
-  /// Whether child `at` is the first (or the last) of its level.
-  static bool isOutermost(const Inner* parent, unsigned at, bool first) {
-    while (at == (first ? 0 : parent->separatorCount())) {
-      const Inner* const above = parent->parent;
-      if (above == nullptr) return true;
-      at = above->indexOf(parent);
-      parent = above;
-    }
-    return false;
   }
 
   /// Moves entries of one leaf to an empty one that nobody searches; without one they own nothing and
@@ -312,7 +297,7 @@ class TreeShape {
         size_ -= leaf->count;
         last = leaf;
       }
-      Nodes::removeChildren(parent, at, count);
+      Paths::removeChildren(parent, at, count);
     }
     unlink(first, last);
     return last;
@@ -358,7 +343,7 @@ class TreeShape {
         auto* const leaf = static_cast<Leaf*>(node);
         while (above->count == 1) above = above->parent;  // goes with its only child
         unlink(leaf, leaf);
-        Nodes::removeChildren(parent, parent->indexOf(leaf), 1);
+        Paths::removeChildren(parent, parent->indexOf(leaf), 1);
         Leaf::destroy(leaf);
       } else if (node->count < (isLeaf ? Sizes::kLeastLeaf : Sizes::kLeastInner)) {
         const unsigned room = (isLeaf ? Sizes::kMergedLeaf : Sizes::kMergedInner) - node->count;
@@ -406,7 +391,7 @@ class TreeShape {
         ++copy->count;
       }
     } catch (...) {
-      Nodes::destroyInner(copy);
+      Paths::destroyInner(copy);
       throw;
     }
     return copy;
