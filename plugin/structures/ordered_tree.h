@@ -146,7 +146,7 @@ class OrderedTree {
       const RemovedRange copied(shape_.extractAll());
       throw;
     }
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
   }
 
   /// Takes out one entry. Logarithmic at worst, amortised constant. Never throws.
@@ -154,7 +154,7 @@ class OrderedTree {
     Shape::freeSlot(place);
     Removed removed = takeOut(place);
     shape_.close(place);
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return removed;
   }
 
@@ -165,14 +165,14 @@ class OrderedTree {
     if (first == last) return RemovedRange(nullptr);
     if (first == begin() && last == end()) return extractAll();
     RemovedRange removed(shape_.template extract<kEntriesOwn>(first, last));
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return removed;
   }
 
   /// Takes out everything. The end position stays what it was. Linear in the number of leaves and positions.
   [[nodiscard]] RemovedRange extractAll() noexcept {
     if (empty()) return RemovedRange(nullptr);
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return RemovedRange(shape_.extractAll());
   }
 
@@ -277,7 +277,7 @@ class OrderedTree {
     if constexpr (View::kHasNumbers) routes.numbers[place.index] = Order::number(probe, *routes.shared);
     if constexpr (View::kHasDetails) routes.details[place.index] = Order::hold(probe);
     ::new (static_cast<void*>(place.leaf->values() + place.index)) Value();
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return place;
   }
 

@@ -193,7 +193,10 @@ class EndPosition {
 /// Whoever calls host code in the middle of a walk compares: while the container is still there with the same
 /// stamp, places are what they were.
 using ChangeStamp = std::uint64_t;
-inline constinit ChangeStamp lastChange = 0;
+inline ChangeStamp newChangeStamp() noexcept {
+  static constinit ChangeStamp last = 0;
+  return ++last;
+}
 
 }  // namespace vornik
 
