@@ -135,7 +135,7 @@ class HashTable {
         link(chain_.construct(other.chain_[original]), bucket);
       });
       size_ += stage;
-      change_ = ++lastChange;
+      change_ = newChangeStamp();
     }
   }
 
@@ -190,7 +190,7 @@ class HashTable {
     forgetEntryPositions();
     if (size_ != 0) std::fill_n(buckets_.get(), bucketCount(), Place{0});
     size_ = 0;
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     Anchors().swap(anchors_);
     return RemovedAll(std::exchange(chain_, Chain()));
   }
@@ -289,7 +289,7 @@ class HashTable {
     const Place place = chain_.construct(hashField(hash), key);
     link(place, count_.bucketOf(hash));
     ++size_;
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return place;
   }
 
@@ -309,7 +309,7 @@ class HashTable {
     }
     chain_.unlink(place);
     --size_;
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
   }
 
   // ---- Growth

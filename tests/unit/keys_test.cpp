@@ -4,6 +4,8 @@
 
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/kinds.h"
+#include "plugin/containers/orders.h"
+#include "plugin/structures/ordered_tree.h"
 #include "plugin/values/case_folding.h"
 #include "tests/support/in_host.h"
 
@@ -132,6 +134,19 @@ TEST_F(Keys, VariantComparison) {
   EXPECT_EQ(CompareS(VariantOperand(nullptr), VariantOperand(nullptr)), 0);
   EXPECT_EQ(MyGetVariantHashS(nullptr), 0u);
   EXPECT_EQ(MyGetVariantHashS(objectOf(host_.variant(kVariantString, "abc"))), 26499u);
+}
+
+TEST_F(Keys, TextsThatNumbersLeaveAloneShareMoreWhenALargeNodeIsSplit) {
+  // "b" keeps all texts of the first leaf from sharing anything until half of them move to one of their own.
+  OrderedTree<RBStringS, NoValue, LTRBStringS, NodeSizes<512, 64>> tree;
+  tree.findOrInsert(stringOf("b"));
+  for (int i = 512; i > 0; --i) tree.findOrInsert(stringOf("customer " + std::to_string(1000 + i)));
+  const auto* leaf = tree.begin().leaf;
+  EXPECT_EQ(leaf->shared.text(), "");
+  EXPECT_EQ(leaf->next->shared.text(), "customer 1");
+  for (int i = 512; i > 0; --i) {
+    EXPECT_NE(tree.find(stringOf("customer " + std::to_string(1000 + i))), tree.end());
+  }
 }
 
 /// A host that offers only the properties of variants.
