@@ -40,7 +40,7 @@ local own = {
                     "Length as integer", "ToInteger as integer", "ToDouble as double", "IsEmpty as boolean",
                     "Left(integer) as string", "Middle(integer|integer) as string",
                     "IndexOf(string) as integer", "ReplaceAll(string, string) as string",
-                    "BeginsWith(string) as boolean", "DefineEncoding(textencoding) as string" },
+                    "DefineEncoding(textencoding) as string" },
   variant = define { "StringValue as string", "IntegerValue as integer", "DoubleValue as double",
                      "BooleanValue as boolean", "ObjectValue as object", "IsNull as boolean" },
   object = define {},
