@@ -88,38 +88,45 @@ local setSetup = {
 
 return {
   {
-    file = "integer-maps.md", title = "Maps with Integer keys", classes = "^IntegerTo.*Map", map = true,
-    intro = "Maps from Integers to Integers, Strings or Variants. Each key has one value.\n\n" .. integers, without = emptyMap,
+    file = "integer-maps.md", title = "Maps with Integer keys", label = "Integer maps",
+    classes = "^IntegerTo.*Map", map = true,
+    intro = "Maps from Integers to Integers, Strings or Variants. Each key has one value.\n\n" .. integers,
+    without = emptyMap,
     ordered = "Entries run from the smallest key to the greatest.", hash = hash,
     words = mapWords("Integer", "String", "it.Key.ToString", numbers("99")), setup = mapSetup,
   },
   {
-    file = "string-maps.md", title = "Maps with String keys", classes = "^StringTo.*Map", map = true, text = true,
+    file = "string-maps.md", title = "Maps with String keys", label = "String maps",
+    classes = "^StringTo.*Map", map = true, text = true,
     intro = "Maps from Strings to Strings or Variants. Each key has one value.\n\n" .. strings, without = emptyMap,
     ordered = "Entries run **from the greatest key to the smallest**.", hash = hash,
     words = mapWords("String", "String", "it.Key", letters('"a"')), setup = mapSetup, descending = true,
   },
   {
-    file = "variant-maps.md", title = "Maps with Variant keys", classes = "^VariantTo.*Map", map = true, text = true,
+    file = "variant-maps.md", title = "Maps with Variant keys", label = "Variant maps",
+    classes = "^VariantTo.*Map", map = true, text = true,
     intro = "Maps from Variants to Variants. Each key has one value.\n\n" .. variants, without = emptyMap,
     ordered = "Entries run **from the greatest key to the smallest**; Nil comes last.\n" .. mixedOrder,
     hash = hash .. " " .. variantHash,
     words = mapWords("Variant", "Variant", "it.Key.StringValue", numbers("5")), setup = mapSetup, descending = true,
   },
   {
-    file = "integer-sets.md", title = "Sets of Integers", classes = "^Integer%u%l+Set",
+    file = "integer-sets.md", title = "Sets of Integers", label = "Integer sets",
+    classes = "^Integer%u%l+Set",
     intro = "Each Integer is in a set once or not at all.\n\n" .. integers, without = emptySet,
     ordered = "Keys run from the smallest to the greatest.", hash = hash,
     words = setWords("Integer", "it.Key.ToString", numbers("99")), setup = setSetup,
   },
   {
-    file = "string-sets.md", title = "Sets of Strings", classes = "^String%u%l+Set", text = true,
+    file = "string-sets.md", title = "Sets of Strings", label = "String sets",
+    classes = "^String%u%l+Set", text = true,
     intro = "Each String is in a set once or not at all.\n\n" .. strings, without = emptySet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**.", hash = hash,
     words = setWords("String", "it.Key", letters('"z"')), setup = setSetup,
   },
   {
-    file = "variant-sets.md", title = "Sets of Variants", classes = "^Variant%u%l+Set", text = true,
+    file = "variant-sets.md", title = "Sets of Variants", label = "Variant sets",
+    classes = "^Variant%u%l+Set", text = true,
     intro = "Each Variant is in a set once or not at all.\n\n" .. variants, without = emptySet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**; Nil comes first.\n"
       .. mixedOrder,

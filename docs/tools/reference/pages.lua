@@ -65,7 +65,7 @@ end
 -- ---- Pages ----
 
 local described = {}
-local index = {}  -- of all members: heading -> {{family, anchor}...}
+local index = {}  -- of all members: heading -> the page's file -> anchor
 
 local width = 112
 
@@ -231,7 +231,7 @@ a declaration that differs otherwise stands there too. Examples are in the host'
         entries[#entries + 1] = explanation(member, family, classes)
         local heading = member.name .. (scope and " of iterators" or "")
         index[heading] = index[heading] or {}
-        table.insert(index[heading], { family = family, anchor = anchor(member.name) })
+        index[heading][family.file] = anchor(member.name)
       end
     end
     if #entries > 0 then
@@ -255,14 +255,20 @@ local function indexPage()
     if a:lower() ~= b:lower() then return a:lower() < b:lower() end
     return a < b
   end)
-  local out = { "# All members\n", "Every member of every class, with its explanations by page.\n", "| Member | In |", "|---|---|" }
+  local pages, ruler = { "Member" }, { "---" }
+  for _, family in ipairs(families) do
+    pages[#pages + 1], ruler[#ruler + 1] = ("[%s](%s)"):format(family.label, family.file), ":-:"
+  end
+  local out = { "# All members\n", "Every member of every class; ● leads to where it is explained.\n",
+                "| " .. table.concat(pages, " | ") .. " |", "|" .. table.concat(ruler, "|") .. "|" }
   for _, heading in ipairs(headings) do
-    local places = {}
-    for _, place in ipairs(index[heading]) do
-      places[#places + 1] = ("[%s](%s#%s)"):format(place.family.title, place.family.file, place.anchor)
+    local cells = { ("`%s`%s"):format(heading:gsub(" of iterators$", ""),
+      heading:find(" of iterators$") and " of iterators" or "") }
+    for _, family in ipairs(families) do
+      local found = index[heading][family.file]
+      cells[#cells + 1] = found and ("[●](%s#%s)"):format(family.file, found) or ""
     end
-    out[#out + 1] = ("| `%s`%s | %s |"):format(heading:gsub(" of iterators$", ""),
-      heading:find(" of iterators$") and " of iterators" or "", table.concat(places, ", "))
+    out[#out + 1] = "| " .. table.concat(cells, " | ") .. " |"
   end
   return table.concat(out, "\n") .. "\n"
 end
