@@ -1,4 +1,4 @@
--- A visit to each of the eighteen containers and their eighteen iterators.
+-- A visit to every container and its iterator.
 --
 --   vornik-host examples/tour.lua
 --
@@ -6,10 +6,16 @@
 -- Variant keys run from the greatest key to the smallest, ordered sets from the smallest to the greatest; the order
 -- of a hash class is that of its table.
 
-local samples = {
+-- Three keys of each type, and one that is in no container; three values, one to assign later, and a default.
+local keySamples = {
   Integer = { 30, 10, 20, 25 },
   String = { "pear", "fig", "plum", "kiwi" },
   Variant = { 3, 1, 2, 2.5 },
+}
+local valueSamples = {
+  Integer = { 100, 200, 300, 400, new = 7, none = 0 },
+  String = { "v1", "v2", "v3", "v4", new = "new", none = "none" },
+  Variant = { 1.5, 2.5, 3.5, 4.5, new = 7, none = 0 },
 }
 local function text(value)
   local isArray = type(value) == "userdata" and ClassName(value) == "Array"
@@ -50,15 +56,19 @@ for _, class in ipairs(Classes()) do
   if not kind:find("Iterator") then
     visited = visited + 1
     local isMap, isOrdered = valueType ~= nil, kind:find("Ordered") ~= nil
-    local a, b, c, d = table.unpack(samples[keyType])
+    local keys, values = keySamples[keyType], valueSamples[valueType or keyType]
+    if not keys or not values then
+      io.stderr:write("tour: no samples for the keys or the values of ", class.name, "\n")
+      os.exit(1)
+    end
+    local a, b, c, d = table.unpack(keys)
     local container = _G[class.name]()
     print(class.name .. " and " .. ClassName(container.first))
 
     -- Maps are assigned to, sets are inserted into.
     for i, key in ipairs { a, b, c, a } do
       if isMap then
-        local value = { Integer = i * 100, String = "v" .. i, Variant = i + 0.5 }
-        container.value[key] = value[valueType]
+        container.value[key] = values[i]
       else
         container:insert(key)
       end
@@ -69,9 +79,9 @@ for _, class in ipairs(Classes()) do
 
     -- What one kind has and another lacks.
     if isMap then
-      container:find(b).Value = valueType == "String" and "new" or 7
+      container:find(b).Value = values.new
       show("Values", container.Values, "where b is now", container.value[b])
-      show("lookup", container:lookup(d, valueType == "String" and "none" or 0))
+      show("lookup", container:lookup(d, values.none))
       show("value", exceptionOf(function() return container.value[d] end))
       local dictionary = container:CloneDictionary()
       local copy, clone = _G[class.name](dictionary), container:Clone()
@@ -85,8 +95,8 @@ for _, class in ipairs(Classes()) do
     end
     if keyType == "String" then
       local folded = _G[class.name](false)
-      for _, key in ipairs { "Fig", "FIG" } do
-        if isMap then folded.value[key] = key else folded:insert(key) end
+      for i, key in ipairs { "Fig", "FIG" } do
+        if isMap then folded.value[key] = values[i] else folded:insert(key) end
       end
       show("case-insensitive", folded.Keys, "CountKey", folded:CountKey("fig"))
     end

@@ -124,6 +124,10 @@ Value readValue(lua_State* L, int index) {
       return requireText(L, index, "a text");
     case LUA_TTABLE:
       throw ScriptError("a table is no host value; wrap it as Array{...} or Dictionary{...}");
+    case LUA_TFUNCTION:
+    case LUA_TTHREAD:
+      throw ScriptError(std::string("a ") + luaL_typename(L, index) +
+                        " is no host value; containers, arrays and dictionaries cannot keep it");
     case LUA_TUSERDATA:
       if (luaL_testudata(L, index, kNilType) != nullptr) return {};
       [[fallthrough]];
@@ -177,6 +181,11 @@ int callRead(lua_State* L) {
   }
   if (std::string_view(call.namewhat) == "for iterator" && heldAt(L, 1) != nullptr) {
     return luaL_error(L, "a loop goes over pairs(...) of this, as in: for key, value in pairs(m) do");
+  }
+  if (readFrom != nullptr && std::string_view(call.namewhat) == "field" &&
+      sameName(Session::of(L).readMember->name, name)) {
+    return luaL_error(L, "call %s with a colon, as in object:%s(), or read it without parentheses", name,
+                      name);
   }
   const char* const type = luaL_typename(L, 1);
   if (call.name == nullptr) return luaL_error(L, "attempt to call a %s value", type);

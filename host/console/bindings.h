@@ -50,6 +50,8 @@ std::vector<Value> readValues(lua_State* L, int first);
 Value requireObject(lua_State* L, int index, const char* type = nullptr);
 /// Nil instead of an error.
 Value objectAt(lua_State* L, int index);
+/// How many elements the text of a collection or a container shows.
+inline constexpr std::size_t kDescribed = 20;
 /// A value as a script would write it, if it can: text in quotes, variants by type, objects by their class.
 std::string describe(Host& host, const Value& value);
 /// The text at an index, without conversion of numbers; ScriptError naming `what` when there is none.

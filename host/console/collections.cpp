@@ -203,9 +203,6 @@ int eachDictionaryEntry(lua_State* L) {
   return 1;
 }
 
-/// How many elements the text of a collection shows.
-constexpr std::size_t kDescribed = 20;
-
 int arrayToText(lua_State* L) {
   std::string text = "Array{";
   Host& host = Session::of(L).host();

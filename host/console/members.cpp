@@ -33,6 +33,12 @@ bool Member::readsAsValue() const {
                                  methods.front()->declaration.result.kind != Kind::kNone);
 }
 
+bool Member::takesOneKey() const {
+  return std::any_of(methods.begin(), methods.end(), [](const RegisteredMethod* method) {
+    return method->setter != nullptr && method->declaration.parameters.size() == 1;
+  });
+}
+
 void Member::fitNumbers(std::vector<Value>& arguments) const {
   for (std::size_t i = 0; i < arguments.size(); ++i) {
     bool integerWanted = false;
@@ -62,12 +68,17 @@ const Member& Members::find(const std::string& className, std::string_view name)
   std::string message = "class " + className + " has no member '" + std::string(name) + "'";
   if (const RegisteredClass* const other = relatedClassWith(className, name)) {
     message += ", but " + other->name + " has";
-  } else if (const Member* const value = search(className, "value");
-             value != nullptr && !value->methods.empty() &&
-             !value->methods.front()->declaration.parameters.empty()) {
-    message += "; the entries of a map are in object.value";
+  } else {
+    message += whereEntriesAre(className);
   }
   throw ScriptError(message);
+}
+
+std::string Members::whereEntriesAre(const std::string& className) {
+  if (search(className, "insert") != nullptr) return "; whether a set has a key, object:lookup(key) tells";
+  const Member* const value = search(className, "value");
+  const bool byKey = value != nullptr && value->takesOneKey();
+  return byKey ? "; the entries of a map are in object.value, as in object.value[key]" : "";
 }
 
 const RegisteredClass* Members::relatedClassWith(const std::string& className, std::string_view name) {

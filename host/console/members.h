@@ -21,6 +21,8 @@ struct Member {
 
   /// Read as a plain value, without parentheses: a property, or a method with a result and no parameters.
   bool readsAsValue() const;
+  /// Read and assigned by a key in brackets, as the value of a map.
+  bool takesOneKey() const;
   /// "Class.name", for messages.
   std::string fullName() const { return className + '.' + name; }
 
@@ -44,6 +46,8 @@ class Members {
   const Member& find(const Value& object, std::string_view name) {
     return find(host_.className(object), name);
   }
+  /// What a message about a wrong name or index of a class adds: where its entries are; empty if it has none.
+  std::string whereEntriesAre(const std::string& className);
   /// Null instead of an error.
   const Member* search(const std::string& className, std::string_view name);
 

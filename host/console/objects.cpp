@@ -29,15 +29,21 @@ BoundMember boundMemberAt(lua_State* L, int index) {
   return {std::move(object), *member};
 }
 
-int readMember(lua_State* L) {
+/// The member whose name is at index 2.
+const Member& memberNamed(lua_State* L, const Value& object) {
   Session& session = Session::of(L);
-  const Value object = requireObject(L, 1);
   const std::string className = session.host().className(object);
   if (lua_type(L, 2) != LUA_TSTRING) {
     throw ScriptError("class " + className + " is indexed by member names, not by a " + luaL_typename(L, 2) +
-                      "; the entries of a map are in object.value");
+                      session.members().whereEntriesAre(className));
   }
-  const Member& member = session.members().find(className, requireText(L, 2, "a member name"));
+  return session.members().find(className, requireText(L, 2, "a member name"));
+}
+
+int readMember(lua_State* L) {
+  Session& session = Session::of(L);
+  const Value object = requireObject(L, 1);
+  const Member& member = memberNamed(L, object);
   if (!member.readsAsValue()) {
     pushBoundMember(L, {object, member});
     return 1;
@@ -45,6 +51,7 @@ int readMember(lua_State* L) {
   Host& host = session.host();
   pushValue(L, member.property != nullptr ? host.get(object, member.name) : host.call(object, member.name));
   session.readFrom = lua_topointer(L, 1);
+  session.readMember = &member;
   return 1;
 }
 
@@ -67,7 +74,7 @@ void assign(Session& session, const Value& object, const Member& member, std::ve
 int writeMember(lua_State* L) {
   Session& session = Session::of(L);
   const Value object = requireObject(L, 1);
-  const Member& member = session.members().find(object, requireText(L, 2, "a member name"));
+  const Member& member = memberNamed(L, object);
   assign(session, object, member, {}, readValue(L, 3));
   return 0;
 }
@@ -76,8 +83,9 @@ int callMember(lua_State* L) {
   Session& session = Session::of(L);
   const BoundMember bound = boundMemberAt(L, 1);
   if (objectAt(L, 2).held() != bound.object.held()) {
-    throw ScriptError("call " + bound.member.fullName() + " with a colon, as in object:" + bound.member.name +
-                      "(...)");
+    throw ScriptError(
+        "call " + bound.member.fullName() + " with a colon, as in object:" + bound.member.name + "(...)" +
+        (bound.member.takesOneKey() ? Session::of(L).members().whereEntriesAre(bound.member.className) : ""));
   }
   std::vector<Value> arguments = readValues(L, 3);
   bound.member.fitNumbers(arguments);
@@ -108,10 +116,37 @@ int memberToText(lua_State* L) {
   return 1;
 }
 
+/// The entries of a container as text, by iterators, so that its snapshot stays as it is.
+std::string describeEntries(Session& session, const Value& container) {
+  Host& host = session.host();
+  const bool isMap = session.members().search(host.className(container), "value") != nullptr;
+  const Value iterator = host.call(container, "first"), last = host.call(container, "last");
+  std::string text;
+  for (std::size_t i = 0; host.call(iterator, "isNotEqual", {last}).boolean(); ++i) {
+    if (i == kDescribed) return text + ", ...";
+    const std::string key = describe(host, host.call(iterator, "Key"));
+    if (i > 0) text += ", ";
+    text += isMap ? '[' + key + "] = " + describe(host, host.call(iterator, "Value")) : key;
+    host.call(iterator, "MoveNext");
+  }
+  return text;
+}
+
 int describeObject(lua_State* L) {
+  Session& session = Session::of(L);
   const Value object = requireObject(L, 1);
-  lua_pushfstring(L, "%s: %p", Session::of(L).host().className(object).c_str(),
-                  static_cast<const void*>(object.object().get()));
+  const std::string className = session.host().className(object);
+  if (session.members().search(className, "first") != nullptr) {
+    std::string text;
+    try {
+      text = className + '{' + describeEntries(session, object) + '}';
+    } catch (const ScriptException&) {  // it holds no container
+      text = className + ", not initialized";
+    }
+    lua_pushlstring(L, text.data(), text.size());
+    return 1;
+  }
+  lua_pushfstring(L, "%s: %p", className.c_str(), static_cast<const void*>(object.object().get()));
   return 1;
 }
 
@@ -121,6 +156,14 @@ int countEntries(lua_State* L) {
   const Value object = requireObject(L, 1);
   pushValue(L, session.host().get(object, session.members().find(object, "Count").name));
   return 1;
+}
+
+/// For the handler of an exception. What a loop gets when the entry that it would come to is gone: the
+/// exception of the iterator, of which the script knows nothing, would be no help.
+[[noreturn]] void throwNextIsGone(const ScriptException& exception) {
+  if (exception.message() != "Iterator is no longer valid") throw;
+  throw ScriptError(
+      "the entry that comes next was removed; a loop over pairs(...) may remove the entry it is at, and no other");
 }
 
 /// One step through a container: leaves the entry before handing it out, so that the loop may remove it.
@@ -133,7 +176,13 @@ int nextEntry(lua_State* L) {
     lua_pushnil(L);
     return 1;
   }
-  pushKey(L, host.call(iterator, "Key"));
+  Value key;
+  try {
+    key = host.call(iterator, "Key");
+  } catch (const ScriptException& exception) {
+    throwNextIsGone(exception);
+  }
+  pushKey(L, key);
   if (session.members().search(host.className(iterator), "Value") != nullptr) {
     pushValue(L, host.call(iterator, "Value"));
   } else {

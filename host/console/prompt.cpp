@@ -113,16 +113,44 @@ bool runChunk(Session& session) {
   return succeeded;
 }
 
+constexpr char kHelp[] = R"(Classes are globals, members keep their names, and a call has a colon:
+  m = IntegerToStringOrderedMapQZR()                 a new object
+  m.value[3] = "x"    m.value[3]                     assigning and reading by key
+  m.Count    it = m.first    it.Key                  what takes no argument is read as it is
+  m:lookup(5, "none")    m:Remove(3)                 calls
+  for key, value in pairs(m) do print(key, value) end
+  for _, class in ipairs(Classes()) do print(class.name) end
+An expression shows its values. The rest is in docs/stand-in-host.md, the classes are in docs/reference/README.md.
+exit, or the end of the input, ends.)";
+
+/// Whether a line is this word and nothing else, with or without parentheses, and not a variable of the script.
+bool isCommand(lua_State* L, std::string_view line, const char* word) {
+  const auto trim = [&line](std::string_view blanks) {
+    line.remove_suffix(line.size() - 1 - line.find_last_not_of(blanks));
+  };
+  trim(" \t;");
+  if (line.ends_with("()")) line.remove_suffix(2);
+  if (line != word) return false;
+  const bool isFree = lua_getglobal(L, word) == LUA_TNIL;
+  lua_pop(L, 1);
+  return isFree;
+}
+
 }  // namespace
 
 bool interact(Session& session) {
   Lines lines(isatty(STDIN_FILENO) != 0);
   if (lines.atTerminal()) {
     using_history();
-    std::puts("Classes are globals, as in: m = IntegerToIntegerOrderedMapQZR(). End with Ctrl-D.");
+    std::puts("Classes are globals, as in: m = IntegerToIntegerOrderedMapQZR(). help shows more, exit ends.");
   }
   bool succeeded = true;
   while (std::optional<std::string> line = lines.next("> ")) {
+    if (isCommand(session.state(), *line, "exit")) return succeeded || lines.atTerminal();
+    if (isCommand(session.state(), *line, "help")) {
+      std::puts(kHelp);
+      continue;
+    }
     Chunk chunk{std::move(*line), lines.count()};
     const bool compiled = compileChunk(session.state(), lines, chunk);
     if (lines.atTerminal() && !chunk.text.empty()) add_history(chunk.text.c_str());

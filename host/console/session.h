@@ -55,6 +55,7 @@ class Session {
   lua_State* running = nullptr;
   /// The object that the latest binding read a member of, null after any other binding; see callRead().
   const void* readFrom = nullptr;
+  const Member* readMember = nullptr;  ///< valid while `readFrom` is not null
 
  private:
   void close();

@@ -3,7 +3,8 @@
 --
 -- Examples in the host's language must be right by what is declared. Those in Lua are run: what one prints must be in
 -- the block behind it, if that is ```text, and what one of its lines answers must be behind that line's arrow. What a
--- block declares is known to the others of its section. The transcripts of prompts are typed in again.
+-- block declares is known to the others of its section. The transcripts of prompts are typed in again. Every class must
+-- be in the tables of classes, and every name of one must be a class.
 --
 -- Names each fault by file and line, and ends with 1 if there is any.
 
@@ -88,10 +89,28 @@ local function replay(block)
   end
 end
 
+local function checkClasses(path, text)
+  local number = 0
+  for line in (text .. "\n"):gmatch("([^\n]*)\n") do
+    number = number + 1
+    for name in line:gmatch("%f[%w]%w+QZR%f[%W]") do
+      if not types:find(name) then report(path, number, "there is no class " .. name) end
+    end
+  end
+  if not (path:find("/choosing%.md$") or path:find("/reference/README%.md$")) then return end
+  for _, class in ipairs(Classes()) do
+    if not class.name:find("Iterator") and not text:find("\n|[^\n]*%[`" .. class.name .. "`%]%(") then
+      report(path, 0, "the table of classes lacks " .. class.name)
+    end
+  end
+end
+
 local function checkDocument(path)
   local file = assert(io.open(path))
-  local blocks = blocksOf(file:read("a"))
+  local text = file:read("a")
   file:close()
+  local blocks = blocksOf(text)
+  checkClasses(path, text)
   local sharedChecker, sharedLua = Checker.new(types), {}
   local checker, environment, section
   for i, block in ipairs(blocks) do

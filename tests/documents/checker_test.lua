@@ -35,7 +35,7 @@ for text, message in pairs {
   ["m.Remove(3)"] = "the result of Remove is dropped",
   ["Var v As Variant = 3\nCall m.Remove(v)"] = "has more than one overload for (variant)",
   ["m.Count"] = "the result of Count is dropped",
-  ["Var n As Integer = m.Clear"] = "Clear answers nothing",
+  ["Var n As Integer = m.Clear"] = "Clear returns no value",
   ["Var n As Integer = m.value(1)"] = "the value is string, and integer is wanted",
   ["m.value(1) = 2"] = "the value is integer, and string is wanted",
   ["m.Count = 2"] = "cannot be assigned",

@@ -158,7 +158,7 @@ end
 -- The type of an expression that must have a value.
 function Checker:value(node)
   local type = expressions[node.kind](self, node)
-  if not type then fail(node, "%s answers nothing", node.name or "this") end
+  if not type then fail(node, "%s returns no value", node.name or "this") end
   return type
 end
 

@@ -39,10 +39,12 @@ local own = {
   string = define { "Split(string) as string()", "Trim as string", "Lowercase as string", "Uppercase as string",
                     "Length as integer", "ToInteger as integer", "ToDouble as double", "IsEmpty as boolean",
                     "Left(integer) as string", "Middle(integer|integer) as string",
-                    "IndexOf(string) as integer", "ReplaceAll(string, string) as string" },
+                    "IndexOf(string) as integer", "ReplaceAll(string, string) as string",
+                    "DefineEncoding(textencoding) as string" },
   variant = define { "StringValue as string", "IntegerValue as integer", "DoubleValue as double",
                      "BooleanValue as boolean", "ObjectValue as object", "IsNull as boolean" },
   object = define {},
+  textencoding = define {},
   dictionary = define({ "Value(variant) as variant assignable", "HasKey(variant) as boolean", "KeyCount as integer",
                         "Lookup(variant, variant) as variant", "Keys as variant()", "Values as variant()",
                         "Remove(variant)", "RemoveAll" }, { { types = {}, required = 0 } }),
@@ -55,6 +57,7 @@ end
 -- What stands ahead of a dot and is no value.
 local modules = {
   system = define { "DebugLog(string)" },
+  encodings = define { "UTF8 as textencoding", "WindowsLatin1 as textencoding", "ISOLatin1 as textencoding" },
   string = define { "FromArray(string()|string) as string" },
 }
 

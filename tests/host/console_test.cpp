@@ -121,6 +121,8 @@ TEST_F(Console, PromptPrintsValuesAndGoesOnAfterErrors) {
             "1 + 1, 'x'\nm = IntegerToIntegerOrderedMapQZR()\nfor i = 1, 3 do\n  m.value[i] = i * i\nend\n"
             "nonsense(\n)\nm.value[9]\nm.value[3], m:find(2).Value\n");
   expectRun("", 0, "1\n", "", "m = 1\nm\n");
+  expectRun("", 0, AllOf(HasSubstr("m:lookup("), Not(HasSubstr("nil"))), "", "help\nhelp();\nexit \nnil");
+  expectRun("", 1, "2\n", HasSubstr("stdin:3:"), "help = 2\nhelp\nx = = 1\nexit()");
   expectRun("", 1, "", HasSubstr("<eof>"), "for i = 1, 2 do");
 }
 

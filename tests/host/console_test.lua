@@ -32,10 +32,12 @@ fails("attempt to call a nil value (method 'find')", "({}):find()")
 assert(select("#", m:Remove(it)) == 0 and m:Remove(3) == 0 and m.Count == 2 and #m == 2)
 assert(IntegerToIntegerOrderedMapQZR(m).Count == 2 and integertointegerorderedmapqzr(m).Count == 2)
 assert(m == m:find(-2) == false and m:first() ~= m:first() and m.value ~= m.value)
-assert(tostring(m):match("^IntegerToIntegerOrderedMapQZR: ") and tostring(m.value):find(".value, a method: object:value(...)", 1, true))
+assert(tostring(m):find("QZR{[-2] = 9007199254740992, [9223372036854775807] = -9223372036854775808}", 1, true) and tostring(m.value):find(".value, a method: object:value(...)", 1, true))
 
--- pairs goes in key order, and its entry may be removed.
+-- pairs goes in key order, and its entry may be removed, but no other that it would come to.
 local keys = {}
+fails("the entry that comes next was removed", "for key in pairs(m) do m:Remove(math.maxinteger) end")
+m.value[math.maxinteger] = math.mininteger
 for key, value in pairs(m) do
   keys[#keys + 1] = key
   if value == 1 << 53 then m:Remove(key) end
@@ -52,7 +54,12 @@ assert(exception.errorNumber == 0 and tostring(exception):match(":%d+: KeyNotFou
 -- Mistakes of the script.
 local Map = "IntegerToIntegerOrderedMapQZR"
 fails("class " .. Map .. " has no member 'Foo'", "local x = m.Foo", "m.Foo = 1")
-fails(Map .. " is indexed by member names, not by a number", "local x = m[1]")
+fails(Map .. " is indexed by member names, not by a number; the entries of a map are in object.value",
+      "local x = m[1]", "m[1] = 5")
+fails("object:value(...); the entries of a map are in object.value, as in object.value[key]", "m.value(1)")
+fails("whether a set has a key, object:lookup(key) tells", "IntegerHashSetQZR()[1] = true")
+fails("call Keys with a colon, as in object:Keys()", "m.Keys()", "m:Clone().Keys()")
+fails("call Count with a colon", "m.Count()")
 fails(Map .. ".Count is read-only", "m.Count = 1")
 fails(Map .. ".find cannot be assigned by index", "m.find[1] = 1")
 fails("find with a colon", "m.find(3)", "m.find(IntegerToIntegerOrderedMapQZR(), 3)")
@@ -62,7 +69,7 @@ fails(Map .. ".value: the assigned value must be an Integer", "m.value[1] = 0 / 
 fails("a table is no host value", "m:find({})")
 fails(Map .. ".find cannot be called with (String); it takes (key as integer)", "m:find('3')")
 fails(Map .. ".value cannot be assigned (String, Integer); it takes (key as integer) = integer", "m.value['3'] = 1")
-fails("a host object is wanted, not a function", "m:find(print)")
+fails("a function is no host value", "m:find(print)", "Dictionary{}.f = print", "Array{}:append(print)")
 
 -- Arrays and dictionaries.
 a = Array { 1, 2, 3 }
@@ -130,7 +137,15 @@ assert(texts.Count == 1 and texts:Key(0) == "ä" and tostring(String("\xe4", "IS
 assert(String("a\0", "utf-16le") == String("a") and String("a") ~= "a")
 fails("there is no encoding 'EBCDIC'; there are ASCII, ", "String('a', 'EBCDIC')")
 
--- Collections as text, as a script would write them; those in others only by their class.
+-- Collections as text, as a script would write them; those in others only by their class, and what has none.
+local broken = StringHashSetQZR()
+broken:insert("a")
+assert(tostring(broken) == 'StringHashSetQZR{"a"}' and tostring(IntegerHashSetQZR()) == "IntegerHashSetQZR{}")
+broken = VariantToVariantHashMapQZR()
+for i = 1, 21 do broken.value[i] = i end
+assert(tostring(broken):find("^VariantToVariantHashMapQZR{.*, %.%.%.}$"))
+assert(not pcall(broken.Constructor, broken, broken))
+assert(tostring(broken) == "VariantToVariantHashMapQZR, not initialized" and tostring(m.first):find("IteratorQZR: ", 1, true))
 local long = Array { "a", 2, 2.0, Variant.Int32(3), Array { 1 } }
 assert(tostring(long) == 'Array{"a", 2, 2.0, Variant.Int32(3), Array}')
 for i = 1, 16 do long:append(i) end

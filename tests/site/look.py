@@ -51,6 +51,16 @@ FAINT = """
 """
 
 
+# Names in tables that are broken, and code that does not stand out from the page.
+UNREADABLE = """
+  const found = [...document.querySelectorAll('article td code')].filter(e => e.getClientRects().length > 1);
+  const ground = e => getComputedStyle(e).backgroundColor;
+  const page = ground(document.body);
+  for (const e of document.querySelectorAll('article .highlight')) if (ground(e) === page) found.push(e);
+  return found.map(e => e.textContent.slice(0, 40));
+"""
+
+
 class Look:
     def __init__(self, site, screenshots):
         self.site = site
@@ -90,6 +100,8 @@ class Look:
                 view = f"at {width} pixels, {scheme}"
                 for what in self.browser.execute_script(OVERFLOWING):
                     self.fault(page, f"{view}: {what} sticks out")
+                for what in self.browser.execute_script(UNREADABLE):
+                    self.fault(page, f"{view}: {what} is broken, or looks like the page")
                 if self.browser.execute_script(IS_DARK) != (scheme == "dark"):
                     self.fault(page, f"{view}: the page is not")
                 for what in self.browser.execute_script(FAINT):

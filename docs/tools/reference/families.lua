@@ -1,13 +1,18 @@
 -- The pages of the reference: which classes each is about, what they share, and what its examples start from.
 
-local common = [[
+-- Of the objects that hold no container.
+local emptyMap = [[
 An object whose copying failed holds no container; see [Constructor(other)](#constructorother). Its members raise
-NilObjectException "Map not initialized". Only access by index does not: it answers from its last snapshot if it has
-one (see [Keys](#keys)), and else nil or 0.]]
+NilObjectException "Map not initialized" until a constructor is run on it again. Only access by index does not: it reads
+the last snapshot if there is one (see [Keys](#keys)), and else returns Nil or 0.]]
 
-local commonSet = [[
-On an object that no constructor was run on, members raise NilObjectException "Set not initialized"; only `Keys`
-and `Key(index)` answer nil or 0, and `Remove(pos)` and `Remove(first, last)` do nothing.]]
+local emptySet = [[
+An object that no constructor was run on holds no container. Its members raise NilObjectException "Set not initialized";
+only `Keys` and `Key(index)` return Nil or 0, and `Remove(pos)` and `Remove(first, last)` do nothing.]]
+
+local integers = [[
+Keys are 64-bit Integers with a sign, and -3 comes before 2. An ordered $container is for walks in order, for ranges and
+for what is nearest to a number; a hash $container finds a key faster, and has no order.]]
 
 local strings = [[
 Every object chooses, when it is constructed, whether its keys are case-sensitive; `CaseSensitive` tells. A key that
@@ -22,7 +27,9 @@ hash class.
 **Case-insensitively** the host's own comparison decides which Strings are one key, and their order. A hash class goes
 by a hash of its own besides, which folds letters one by one. So where the host's comparison takes "Straße" and
 "STRASSE" for equal, as the stand-in's does, they are one key of an ordered class and two keys of a hash class; the same
-goes for ligatures, and for letters outside the 16-bit range.]]
+goes for ligatures, and for letters outside the 16-bit range. **Text whose bytes are not of the encoding that it claims**
+can become one key with another such text, and one value is lost: see
+[what loses data](README.md#what-loses-data).]]
 
 local variants = [[
 Variants of different types are different keys: the Integer 1, the Double 1.0 and the String "1" are three, and so are
@@ -81,39 +88,46 @@ local setSetup = {
 
 return {
   {
-    file = "integer-maps.md", title = "Maps with Integer keys", classes = "^IntegerTo.*Map", map = true,
-    intro = "Maps from Integers to Integers, Strings or Variants.\n\n" .. common,
+    file = "integer-maps.md", title = "Maps with Integer keys", label = "Integer maps",
+    classes = "^IntegerTo.*Map", map = true,
+    intro = "Maps from Integers to Integers, Strings or Variants. Each key has one value.\n\n" .. integers,
+    without = emptyMap,
     ordered = "Entries run from the smallest key to the greatest.", hash = hash,
     words = mapWords("Integer", "String", "it.Key.ToString", numbers("99")), setup = mapSetup,
   },
   {
-    file = "string-maps.md", title = "Maps with String keys", classes = "^StringTo.*Map", map = true, text = true,
-    intro = "Maps from Strings to Strings or Variants.\n\n" .. strings .. "\n\n" .. common,
+    file = "string-maps.md", title = "Maps with String keys", label = "String maps",
+    classes = "^StringTo.*Map", map = true, text = true,
+    intro = "Maps from Strings to Strings or Variants. Each key has one value.\n\n" .. strings, without = emptyMap,
     ordered = "Entries run **from the greatest key to the smallest**.", hash = hash,
     words = mapWords("String", "String", "it.Key", letters('"a"')), setup = mapSetup, descending = true,
   },
   {
-    file = "variant-maps.md", title = "Maps with Variant keys", classes = "^VariantTo.*Map", map = true, text = true,
-    intro = "Maps from Variants to Variants.\n\n" .. variants .. "\n\n" .. common,
+    file = "variant-maps.md", title = "Maps with Variant keys", label = "Variant maps",
+    classes = "^VariantTo.*Map", map = true, text = true,
+    intro = "Maps from Variants to Variants. Each key has one value.\n\n" .. variants, without = emptyMap,
     ordered = "Entries run **from the greatest key to the smallest**; Nil comes last.\n" .. mixedOrder,
     hash = hash .. " " .. variantHash,
     words = mapWords("Variant", "Variant", "it.Key.StringValue", numbers("5")), setup = mapSetup, descending = true,
   },
   {
-    file = "integer-sets.md", title = "Sets of Integers", classes = "^Integer%u%l+Set",
-    intro = "Each Integer is in a set once or not at all.\n\n" .. commonSet,
+    file = "integer-sets.md", title = "Sets of Integers", label = "Integer sets",
+    classes = "^Integer%u%l+Set",
+    intro = "Each Integer is in a set once or not at all.\n\n" .. integers, without = emptySet,
     ordered = "Keys run from the smallest to the greatest.", hash = hash,
     words = setWords("Integer", "it.Key.ToString", numbers("99")), setup = setSetup,
   },
   {
-    file = "string-sets.md", title = "Sets of Strings", classes = "^String%u%l+Set", text = true,
-    intro = "Each String is in a set once or not at all.\n\n" .. strings .. "\n\n" .. commonSet,
+    file = "string-sets.md", title = "Sets of Strings", label = "String sets",
+    classes = "^String%u%l+Set", text = true,
+    intro = "Each String is in a set once or not at all.\n\n" .. strings, without = emptySet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**.", hash = hash,
     words = setWords("String", "it.Key", letters('"z"')), setup = setSetup,
   },
   {
-    file = "variant-sets.md", title = "Sets of Variants", classes = "^Variant%u%l+Set", text = true,
-    intro = "Each Variant is in a set once or not at all.\n\n" .. variants .. "\n\n" .. commonSet,
+    file = "variant-sets.md", title = "Sets of Variants", label = "Variant sets",
+    classes = "^Variant%u%l+Set", text = true,
+    intro = "Each Variant is in a set once or not at all.\n\n" .. variants, without = emptySet,
     ordered = "Keys run from the smallest to the greatest, **the other way round than in maps**; Nil comes first.\n"
       .. mixedOrder,
     hash = hash .. " " .. variantHash, words = setWords("Variant", "it.Key.StringValue", numbers("99")),

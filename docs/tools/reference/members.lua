@@ -11,11 +11,17 @@ again or destroyed; RuntimeException "Iterator belongs to another container";]] 
 local stale = [[
 OutOfBoundsException "Iterator is at the end position" at `last`; RuntimeException "Iterator is no longer valid"
 when the entry was removed or its container cleared, constructed again or destroyed]]
-local uninitialized = [[; NilObjectException "Iterator not initialized" for an iterator that no container answered.]]
+local withoutPosition = "[an iterator without a position](README.md#iterators-without-a-position)"
+local uninitialized = [[; NilObjectException "Iterator not initialized" for ]] .. withoutPosition .. "."
 local staleStep = function(family) return stale .. (family.map and uninitialized or ".") end
 local unmoved = function(family)
   return " When it raises, the iterator stays where it was."
-    .. (family.map and "" or " An iterator that no set answered stays as it is, without an exception.")
+    .. (family.map and "" or " With " .. withoutPosition .. " it does nothing.")
+end
+
+local function comparisonRaises(message)
+  return ('NilObjectException "%s" where `other` is Nil, and for '):format(message) .. withoutPosition
+    .. "; as `other`, such a one is equal to none."
 end
 
 local making = {
@@ -131,7 +137,7 @@ Assigning drops the snapshot that index access reads (see [Keys](#keys)).]],
   },
   {
     name = "Remove(key)",
-    text = [[Removes the key's entry. Answers how many were removed: 1, or 0 where there is none. Iterators at the
+    text = [[Removes the key's entry. Returns how many were removed: 1, or 0 where there is none. Iterators at the
 entry become invalid; the others stay.]] .. snapshot .. " Also when nothing was removed.",
     cost = keyCost,
     example = {
@@ -195,8 +201,10 @@ while the iterator `isNotEqual` to `last`; in ordered classes `MovePrev` from th
         .. unmoved(family)
     end,
     cost = "constant on average.",
-    raises = [[OutOfBoundsException "Iterator is at the first position" at the first entry, and in an empty
-$container; RuntimeException "Iterator is no longer valid" as for [Key](#key).]],
+    raises = function(family)
+      return [[OutOfBoundsException "Iterator is at the first position" at the first entry, and in an empty $container;
+RuntimeException "Iterator is no longer valid" as for [Key](#key)]] .. (family.map and uninitialized or ".")
+    end,
     example = {
       { "Var it As $Iterator = $m.last", "it = $m.last" }, { "it.MovePrev", "it:MovePrev()" },
       { "Var k As $key = it.Key", "it.Key" }, { "it = $m.first", "it = $m.first" }, { "it.MovePrev", "it:MovePrev()" },
@@ -206,8 +214,7 @@ $container; RuntimeException "Iterator is no longer valid" as for [Key](#key).]]
     name = "isNotEqual(other)", iterator = true,
     text = "The opposite of [isEqual](#isequalother): what a walk tests before each step.", cost = "constant.",
     raises = function(family)
-      return ('NilObjectException "%s", also for an iterator that no container answered.'):format(
-        family.map and "other iterator is nil" or "Iterator is nil")
+      return comparisonRaises(family.map and "other iterator is nil" or "Iterator is nil")
     end,
     example = {
       { "Var more As Boolean = $m.first.isNotEqual($m.last)", "$m:first():isNotEqual($m.last)" },
@@ -219,7 +226,7 @@ $container; RuntimeException "Iterator is no longer valid" as for [Key](#key).]]
     text = [[Whether two iterators are at the same position. Iterators of different objects, also their end
 positions, are not equal; an iterator that is no longer valid is equal only to those that were at the same entry.]],
     cost = "constant.",
-    raises = [[NilObjectException "other iterator is nil", also for an iterator that no container answered.]],
+    raises = comparisonRaises("other iterator is nil"),
     example = {
       { "Var same As Boolean = $m.first.isEqual($m.first)", "$m:first():isEqual($m.first)" },
       { "Var ended As Boolean = $m.first.isEqual($m.last)", "$m:first():isEqual($m.last)" },
@@ -237,7 +244,7 @@ positions, are not equal; an iterator that is no longer valid is equal only to t
   {
     name = "Value", iterator = true,
     text = [[Reads or assigns the value of the entry. **A value assigned here does not refresh index access:** the
-snapshot that [ValueAtIndex](#valueatindexindex) and [Values](#values) answer from stays as it is.]],
+snapshot that [ValueAtIndex](#valueatindexindex) and [Values](#values) read stays as it is.]],
     cost = "constant.", raises = stale .. uninitialized,
     example = {
       { "Var it As $Iterator = $m.find($b)", "it = $m:find($b)" }, { 'it.Value = "new"', 'it.Value = "new"' },
@@ -252,6 +259,12 @@ local function bound(word)
     { "Var between As $key = $m." .. word .. "($between).Key", "$m:" .. word .. "($between).Key" },
     { "Var beyond As Boolean = $m." .. word .. "($beyond).isEqual($m.last)", "$m:" .. word .. "($beyond):isEqual($m.last)" },
   }
+end
+
+-- What Remove lets pass.
+local function passed(family)
+  return "Given Nil, " .. (family.text and "an iterator of an object with the other choice of case, " or "") .. "or "
+    .. withoutPosition .. ", it does nothing, and raises nothing."
 end
 
 local positions = {
@@ -290,9 +303,8 @@ none. Between two keys it is where [LowerBound](#lowerboundkey) is, on a key one
   {
     name = "Remove(pos)",
     text = function(family)
-      return "Removes the entry at a position. Iterators at it become invalid; all others stay. Nil"
-        .. (family.text and ", and an iterator of an object with the other choice of case, do" or " does")
-        .. " nothing." .. snapshot
+      return "Removes the entry at a position. Iterators at it become invalid; all others stay. " .. passed(family)
+        .. snapshot
     end,
     cost = "constant on average.",
     raises = ofIterators .. [[OutOfBoundsException "Iterator is at the end position".]],
@@ -305,9 +317,8 @@ none. Between two keys it is where [LowerBound](#lowerboundkey) is, on a key one
   {
     name = "Remove(first, last)",
     text = function(family)
-      return "Removes the entries from one position up to, not including, another; none where the two are the same. Nil"
-        .. " on either side" .. (family.text and ", and an iterator of an object with the other choice of case, do"
-        or " does") .. " nothing." .. snapshot
+      return "Removes the entries from one position up to, not including, another; none where the two are the same. "
+        .. passed(family) .. " That goes for either argument, whatever the other one is." .. snapshot
     end,
     cost = "linear in the number of entries removed.",
     raises = ofIterators .. [[OutOfBoundsException "last does not follow first", and nothing is removed.]],
@@ -324,8 +335,8 @@ local indexes = {
   {
     name = "Keys",
     text = [[All keys, in the order of a walk from `first`. **The array is the snapshot itself, not a copy:** it is
-the one that index access reads, and the same one is answered until the next change of the $container. A script that
-changes the array changes what [Key(index)](#keyindex) answers. The next change lets go of the snapshot, and the
+the one that index access reads, and the same one is returned until the next change of the $container. A script that
+changes the array changes what [Key(index)](#keyindex) returns. The next change lets go of the snapshot, and the
 array is the script's alone. Running a constructor again does not let go of it.]],
     cost = "constant; linear for the first access after a change.",
     example = {
@@ -468,9 +479,17 @@ the entries and never shrinks, not even when the $container is cleared.]],
   },
   {
     name = "MaxSize",
-    text = [[The number of entries that a 64-bit address space could hold: a constant of the class, given with each
-class above. It says nothing about the memory there is, nor about the limit of the hash classes: one holds at most
-2,147,483,646 entries, and adding one more raises OutOfMemoryException and leaves it as it was.]],
+    text = function(_, classes)
+      local rows = { "| Class | `MaxSize` |", "|---|---|" }
+      for _, class in ipairs(classes) do
+        rows[#rows + 1] = ("| `%s` | %d |"):format(class.name, _G[class.name]().MaxSize)
+      end
+      return [[The number of entries that a 64-bit address space could hold: a constant of the class. It says nothing
+about the memory there is, nor about the limit of the hash classes: one holds at most 2,147,483,646 entries, and adding
+one more raises OutOfMemoryException and leaves it as it was.
+
+]] .. table.concat(rows, "\n")
+    end,
     cost = "constant.",
   },
 }

@@ -28,7 +28,7 @@ local function link(heading) return ("[`%s`](#%s)"):format(heading, anchor(headi
 
 local function withWords(text, family) return (text:gsub("%$(%w+)", family.words)) end
 
--- What the console answers, in the words of the host's language.
+-- What the console returns, in the words of the host's language.
 local function inHostLanguage(result)
   return (result:gsub("Array(%b{})", function(list) return "Array(" .. list:sub(2, -2) .. ")" end)
     :gsub("Dictionary(%b{})", function(list)
@@ -65,7 +65,7 @@ end
 -- ---- Pages ----
 
 local described = {}
-local index = {}  -- of all members: heading -> {{family, anchor}...}
+local index = {}  -- of all members: heading -> the page's file -> anchor
 
 local width = 112
 
@@ -82,18 +82,47 @@ local function filled(paragraph)
   return table.concat(lines, "\n")
 end
 
--- Text of members.lua or families.lua, which is paragraphs of one page's words, under a label if there is one.
-local function prose(value, family, label)
-  if type(value) == "function" then value = value(family) end
+-- Text of members.lua or families.lua, which is paragraphs of one page's words, under a label if there is one. A
+-- function is given the page's family and its classes; a table is left as it is.
+local function prose(value, family, label, classes)
+  if type(value) == "function" then value = value(family, classes) end
   local paragraphs = {}
   for paragraph in ((label or "") .. value .. "\n\n"):gmatch("(.-)\n\n") do
-    paragraphs[#paragraphs + 1] = filled(withWords(paragraph, family))
+    paragraph = withWords(paragraph, family)
+    paragraphs[#paragraphs + 1] = paragraph:find("^|") and paragraph or filled(paragraph)
   end
   return table.concat(paragraphs, "\n\n") .. "\n"
 end
 
-local function explanation(member, family)
-  local out = { "### " .. member.name .. "\n", prose(member.text, family) }
+-- "Sub Clear()": a declaration as the host's language has it.
+local function inHostSyntax(text, result)
+  local types = { integer = "Integer", string = "String", boolean = "Boolean", variant = "Variant", dictionary = "Dictionary" }
+  text = text:gsub("%f[%w]as (%w+)", function(type) return "As " .. (types[type:lower()] or type) end)
+    :gsub("= true", "= True")
+  local name, rest = text:match("^([%w_]+)(.*)$")
+  if rest:sub(1, 1) ~= "(" then rest = "()" .. rest end
+  return (result and "Function " or "Sub ") .. name .. rest
+end
+
+-- The declarations of a member, each once. Where classes differ in nothing but their own names, the one that the
+-- examples are about speaks for all.
+local function declarations(member, family, classes)
+  local order, shown = {}, {}
+  for _, class in ipairs(classes) do
+    local found = class[member.iterator and "iteratorMembers" or "members"][member.name]
+    for _, text in ipairs(found and found.declarations or {}) do
+      local pattern = text:gsub(class.iterator, "*"):gsub(class.name, "*")
+      if not shown[pattern] then order[#order + 1] = pattern end
+      if not shown[pattern] or class.name == family.words.Class then shown[pattern] = text end
+    end
+  end
+  for i, pattern in ipairs(order) do order[i] = shown[pattern] end
+  return "```xojo declaration\n" .. table.concat(order, "\n") .. "\n```\n"
+end
+
+local function explanation(member, family, classes)
+  local out = { "### " .. member.name .. "\n", declarations(member, family, classes),
+                prose(member.text, family, nil, classes) }
   if member.cost then out[#out + 1] = prose(member.cost, family, "*Cost:* ") end
   if member.raises then out[#out + 1] = prose(member.raises, family, "*Raises:* ") end
   if member.example then
@@ -105,12 +134,18 @@ end
 
 local function isIterator(class) return class.name:find("Iterator") ~= nil end
 
--- The declarations of a class by what tells them apart: {result, assignable}.
+-- The members of a class by what tells them apart: {result, assignable, declarations}.
 local function membersOf(class)
   local found = {}
-  for _, property in ipairs(class.properties) do found[property.name] = { result = property.type } end
+  for _, property in ipairs(class.properties) do
+    found[property.name] = { result = property.type,
+                             declarations = { "Property " .. property.name .. " As " .. property.type .. "  ' read-only" } }
+  end
   for _, method in ipairs(class.methods) do
-    found[signature(method)] = { result = method.result, assignable = method.assignable }
+    local name = signature(method)
+    found[name] = found[name] or { result = method.result, assignable = method.assignable, declarations = {} }
+    table.insert(found[name].declarations, inHostSyntax(method.declaration, method.result)
+      .. (method.assignable and "  ' assignable" or ""))
   end
   return found
 end
@@ -173,17 +208,18 @@ local function page(family, classes)
   for _, class in ipairs(classes) do
     local order = class.hash and family.hash or family.ordered
     out[#out + 1] = "### " .. class.name .. "\n"
-    out[#out + 1] = prose(("%s\n\nIts iterator is `%s`, its `MaxSize` %d."):format(
-      order, class.iterator, _G[class.name]().MaxSize), family)
+    out[#out + 1] = prose(("%s\n\nIts iterator is `%s`."):format(order, class.iterator), family)
     for name in pairs(class.members) do declared[false][name] = true end
     for name in pairs(class.iteratorMembers) do declared[true][name] = true end
   end
   out[#out + 1] = "## Members\n"
-  out[#out + 1] = "What each class has, and what it answers; ✓ answers nothing. Explanations follow in this order.\n"
+  out[#out + 1] = prose([[What each class has, and the type that it returns; ✓ is a method that returns no value.
+Explanations follow in this order.]], family)
   out[#out + 1] = memberTable(family, classes)
   out[#out + 1] = prose([[
-Examples are in the host's language first, and then for the [console](../stand-in-host.md). What a line answers stands
-behind it. Each example starts from these lines:]], family)
+Declarations and examples are those of `$Class`; another class has its own name and its own iterator in their place, and
+a declaration that differs otherwise stands there too. Examples are in the host's language first, and then for the
+[console](../stand-in-host.md). What a line returns stands behind it. Each example starts from these lines:]], family)
   out[#out + 1] = "<!-- shared -->\n" .. run(family.setup, setmetatable({}, { __index = _G }), family)
     :gsub("\n```lua", "\n<!-- shared -->\n```lua")
   for _, section in ipairs(sections) do
@@ -192,10 +228,10 @@ behind it. Each example starts from these lines:]], family)
       local scope = member.iterator == true
       if declared[scope][member.name] then
         declared[scope][member.name], described[member] = nil, true
-        entries[#entries + 1] = explanation(member, family)
+        entries[#entries + 1] = explanation(member, family, classes)
         local heading = member.name .. (scope and " of iterators" or "")
         index[heading] = index[heading] or {}
-        table.insert(index[heading], { family = family, anchor = anchor(member.name) })
+        index[heading][family.file] = anchor(member.name)
       end
     end
     if #entries > 0 then
@@ -204,6 +240,8 @@ behind it. Each example starts from these lines:]], family)
       out[#out + 1] = table.concat(entries, "\n")
     end
   end
+  out[#out + 1] = "## Objects without a container\n"
+  out[#out + 1] = prose(family.without, family)
   for _, left in pairs(declared) do
     for name in pairs(left) do stop(name .. " in " .. family.file .. " has no description") end
   end
@@ -217,14 +255,20 @@ local function indexPage()
     if a:lower() ~= b:lower() then return a:lower() < b:lower() end
     return a < b
   end)
-  local out = { "# All members\n", "Every member of every class, with its explanations by page.\n", "| Member | In |", "|---|---|" }
+  local pages, ruler = { "Member" }, { "---" }
+  for _, family in ipairs(families) do
+    pages[#pages + 1], ruler[#ruler + 1] = ("[%s](%s)"):format(family.label, family.file), ":-:"
+  end
+  local out = { "# All members\n", "Every member of every class; ● leads to where it is explained.\n",
+                "| " .. table.concat(pages, " | ") .. " |", "|" .. table.concat(ruler, "|") .. "|" }
   for _, heading in ipairs(headings) do
-    local places = {}
-    for _, place in ipairs(index[heading]) do
-      places[#places + 1] = ("[%s](%s#%s)"):format(place.family.title, place.family.file, place.anchor)
+    local cells = { ("`%s`%s"):format(heading:gsub(" of iterators$", ""),
+      heading:find(" of iterators$") and " of iterators" or "") }
+    for _, family in ipairs(families) do
+      local found = index[heading][family.file]
+      cells[#cells + 1] = found and ("[●](%s#%s)"):format(family.file, found) or ""
     end
-    out[#out + 1] = ("| `%s`%s | %s |"):format(heading:gsub(" of iterators$", ""),
-      heading:find(" of iterators$") and " of iterators" or "", table.concat(places, ", "))
+    out[#out + 1] = "| " .. table.concat(cells, " | ") .. " |"
   end
   return table.concat(out, "\n") .. "\n"
 end
