@@ -46,11 +46,11 @@ struct IndexFunctions : ContainerFunctions<Class> {
     if (data(self).keyArray != nullptr || !Base::isInitialized(data(self))) return;
     withContainer(data(self), [&](auto& container) {
       const auto upperBound = static_cast<std::int64_t>(container.size()) - 1;
-      OwnedObject keys(REALCreateArray(Class::Key::kArrayType, upperBound));
+      auto keys = ObjectReference::adopt(REALCreateArray(Class::Key::kArrayType, upperBound));
       if (!keys) return;
       auto* const keyArray = asArray<typename Class::Key>(keys.get());
       if constexpr (kHasValues) {
-        OwnedObject values(REALCreateArray(Class::Value::kArrayType, upperBound));
+        auto values = ObjectReference::adopt(REALCreateArray(Class::Value::kArrayType, upperBound));
         if (!values) return;
         auto* const valueArray = asArray<typename Class::Value>(values.get());
         const auto unchanged = watch(self, container);
@@ -79,7 +79,7 @@ struct IndexFunctions : ContainerFunctions<Class> {
   }
 
   static REALobjectStruct* handOutArray(REALobjectStruct* array) {
-    if (array != nullptr) REALLockObject(array);
+    lock(array);
     return array;
   }
 

@@ -8,7 +8,7 @@
 
 #include "plugin/containers/departing.h"
 #include "plugin/frame/errors.h"
-#include "plugin/frame/owned.h"
+#include "plugin/frame/reference.h"
 #include "plugin/structures/positions.h"
 
 namespace vornik {
@@ -92,7 +92,8 @@ class DroppedCache {
  public:
   template <typename Data>
   explicit DroppedCache(Data& data) noexcept
-      : keys_(std::exchange(data.keyArray, nullptr)), values_(takeValues(data)) {}
+      : keys_(ObjectReference::adopt(std::exchange(data.keyArray, nullptr))),
+        values_(ObjectReference::adopt(takeValues(data))) {}
 
  private:
   template <typename Data>
@@ -104,8 +105,8 @@ class DroppedCache {
     }
   }
 
-  OwnedObject keys_;
-  OwnedObject values_;
+  ObjectReference keys_;
+  ObjectReference values_;
 };
 
 }  // namespace vornik

@@ -49,7 +49,7 @@ struct ReferenceKind {
     return held.get();
   }
   static Host share(Host value) {
-    if (value != nullptr) lock(value);
+    lock(value);
     return value;
   }
 };

@@ -53,7 +53,7 @@ struct MapFunctions : IndexFunctions<Class> {
       RaiseException("NilObjectException", Class::kMissing);
       return nullptr;
     }
-    OwnedObject clone(REALnewInstance(Class::kName));
+    auto clone = ObjectReference::adopt(REALnewInstance(Class::kName));
     if (!clone) return nullptr;
     // Containers that the host's own construction of the object made die here.
     install(clone.get(), copyOf(data(self)), data(self).caseSensitive);
@@ -83,7 +83,7 @@ struct MapFunctions : IndexFunctions<Class> {
       return true;
     });
     if (!initialized) return nullptr;
-    OwnedObject result(REALnewInstance("Dictionary"));
+    auto result = ObjectReference::adopt(REALnewInstance("Dictionary"));
     if (!result) return nullptr;
     auto* dictionary = reinterpret_cast<_REALdictionary*>(result.get());
     const DictionaryConversion conversion;

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "plugin/frame/errors.h"
-#include "plugin/frame/host_services.h"
 #include "plugin/frame/log.h"
+#include "plugin/frame/reference.h"
 
 namespace vornik {
 
@@ -32,6 +32,12 @@ T fieldAt(const void* array, std::size_t offset) {
   return field;
 }
 
+// Integers are not counted.
+void lock(std::int64_t) {}
+void unlock(std::int64_t) {}
+using vornik::lock;
+using vornik::unlock;
+
 /// What differs between the three kinds of array.
 template <typename Array>
 struct Elements;
@@ -41,8 +47,6 @@ struct Elements<_REALarrayInteger> {
   using Element = std::int64_t;
   static auto getProc(_REALarrayInteger* array) { return REALGetArrayValueInteger(array); }
   static auto setProc(_REALarrayInteger* array) { return REALSetArrayValueInteger(array); }
-  static void lock(Element) {}
-  static void unlock(Element) {}
 };
 
 template <>
@@ -50,12 +54,6 @@ struct Elements<_REALarrayString> {
   using Element = REALstringStruct*;
   static auto getProc(_REALarrayString* array) { return REALGetArrayValueString(array); }
   static auto setProc(_REALarrayString* array) { return REALSetArrayValueString(array); }
-  static void lock(Element element) {
-    if (element != nullptr) REALLockString(element);
-  }
-  static void unlock(Element element) {
-    if (element != nullptr) REALUnlockString(element);
-  }
 };
 
 template <>
@@ -63,12 +61,6 @@ struct Elements<_REALarrayObject> {
   using Element = REALobjectStruct*;
   static auto getProc(_REALarrayObject* array) { return REALGetArrayValueObject(array); }
   static auto setProc(_REALarrayObject* array) { return REALSetArrayValueObject(array); }
-  static void lock(Element element) {
-    if (element != nullptr) REALLockObject(element);
-  }
-  static void unlock(Element element) {
-    if (element != nullptr) REALUnlockObject(element);
-  }
 };
 
 template <typename Array>
@@ -81,9 +73,8 @@ void probe() {
   // From here on accesses go through the host's procedures, those that the probe makes itself included.
   ArrayAccessTested = true;
   ArrayAccessSuccess = false;
-  REALobjectStruct* array = REALCreateArray(kArrayOfIntegers, kProbeUpperBound);
-  TestArray(reinterpret_cast<_REALarrayInteger*>(array));
-  if (array != nullptr) REALUnlockObject(array);
+  const auto array = ObjectReference::adopt(REALCreateArray(kArrayOfIntegers, kProbeUpperBound));
+  TestArray(reinterpret_cast<_REALarrayInteger*>(array.get()));
 }
 
 bool isInBounds(REALobjectStruct* array, std::int64_t index) {
@@ -108,7 +99,7 @@ void getElement(Array* array, std::int64_t index, typename Elements<Array>::Elem
   if (result == nullptr || !isInBounds(asObject(array), index)) return;
   if (const auto* storage = storageOf(array)) {
     *result = storage[index];
-    Kind::lock(*result);
+    lock(*result);
   } else if (const auto get = Kind::getProc(array)) {
     *result = get(array, index);
   }
@@ -119,10 +110,10 @@ void setElement(Array* array, std::int64_t index, typename Elements<Array>::Elem
   using Kind = Elements<Array>;
   if (!isInBounds(asObject(array), index)) return;
   if (auto* storage = storageOf(array)) {
-    Kind::lock(value);
+    lock(value);
     const auto old = storage[index];
     storage[index] = value;
-    Kind::unlock(old);
+    unlock(old);
   } else if (const auto set = Kind::setProc(array)) {
     set(array, value, index);
   }
