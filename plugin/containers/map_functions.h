@@ -43,9 +43,7 @@ struct MapFunctions : IndexFunctions<Class> {
       leaveWithoutContainer(data(self));
       if (!isInitialized(source)) return RaiseException("NilObjectException", "Other map not initialized");
     }
-    Containers copy = copyOf(source);
-    data(self).caseSensitive = source.caseSensitive;
-    const Containers old = replaceContainers(data(self), std::move(copy));
+    install(self, copyOf(source), source.caseSensitive);
   }
 
   static REALobjectStruct* cloneMap(REALobjectStruct* self) {
