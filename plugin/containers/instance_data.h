@@ -3,6 +3,7 @@
 #define VORNIK_CONTAINERS_INSTANCE_DATA_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -21,6 +22,7 @@ struct MapContainerData {
   REALobjectStruct* keyArray;    ///< snapshot of the keys in iteration order, for index access
   REALobjectStruct* valueArray;  ///< the values in the same order; built and dropped together with the keys
   bool caseSensitive;            ///< the host reads this byte itself where a class has the property
+  std::uint32_t assignments;     ///< of values through the object, modulo 2^32; none changes a place
   Departing* husk;               ///< an emptied container, where the cache has outlived the containers
 };
 

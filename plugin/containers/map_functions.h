@@ -109,6 +109,7 @@ struct MapFunctions : IndexFunctions<Class> {
   static void setvalue(REALobjectStruct* self, Key key, Value value) {
     Base::changeContainer(self, [&](auto& container) {
       auto held = Class::Value::hold(value);
+      ++data(self).assignments;
       // Leaves with the old value, which dies when the entry already has the new one.
       std::swap(container.value(container.findOrInsert(probe(container, key))), held);
     });
@@ -143,30 +144,19 @@ struct MapFunctions : IndexFunctions<Class> {
   // ---- Access by index and export
 
   static Value ValueAtIndex(REALobjectStruct* self, std::int64_t index) {
-    Base::BuildArrays(self);
-    if (REALobjectStruct* values = data(self).valueArray) {
-      return Base::template elementAt<typename Class::Value>(values, index);
-    }
-    return Base::entryAt(self, index, [](auto& container, auto place) {
-      return Class::Value::share(Class::Value::lend(container.value(place)));
-    });
+    return Base::template atIndex<ValueSide>(self, index);
   }
 
   static REALobjectStruct* rbGetValues(REALobjectStruct* self) {
-    Base::BuildArrays(self);
-    return Base::handOutArray(data(self).valueArray);
+    return Base::template exported<ValueSide>(self);
   }
 
   static void rbGetKeys2(REALobjectStruct* self, REALobjectStruct* targetArray) {
-    Base::template insertInto<typename Class::Key>(self, targetArray, [](auto& container, auto place) {
-      return Class::Key::lend(container.key(place));
-    });
+    Base::template insertInto<KeySide>(self, targetArray);
   }
 
   static void rbGetValues2(REALobjectStruct* self, REALobjectStruct* targetArray) {
-    Base::template insertInto<typename Class::Value>(self, targetArray, [](auto& container, auto place) {
-      return Class::Value::lend(container.value(place));
-    });
+    Base::template insertInto<ValueSide>(self, targetArray);
   }
 
  private:
@@ -175,6 +165,8 @@ struct MapFunctions : IndexFunctions<Class> {
   using Base::isInitialized;
   using Base::probe;
   using Base::withContainer;
+  using typename Base::KeySide;
+  using typename Base::ValueSide;
 
   /// Lets the containers die, but for a husk of one where it is needed for the cache to go by.
   static void leaveWithoutContainer(Data& d) {

@@ -5,7 +5,6 @@
 
 #include "plugin/frame/errors.h"
 #include "plugin/frame/log.h"
-#include "plugin/frame/reference.h"
 
 namespace vornik {
 
@@ -31,12 +30,6 @@ T fieldAt(const void* array, std::size_t offset) {
   std::memcpy(&field, static_cast<const std::byte*>(array) + offset, sizeof field);
   return field;
 }
-
-// Integers are not counted.
-void lock(std::int64_t) {}
-void unlock(std::int64_t) {}
-using vornik::lock;
-using vornik::unlock;
 
 /// What differs between the three kinds of array.
 template <typename Array>
@@ -85,38 +78,40 @@ bool isInBounds(REALobjectStruct* array, std::int64_t index) {
   return false;
 }
 
+/// Whether there is an element at the index. The probe comes in between where it has not run yet, and with it
+/// script code, which may change this very array or give it back.
+bool isAccessible(REALobjectStruct* array, std::int64_t index) {
+  if (!isInBounds(array, index)) return false;
+  if (ArrayAccessTested) [[likely]]
+    return true;
+  const ObjectReference held(array);
+  probe();
+  return isInBounds(array, index);
+}
+
 /// The array's element storage, or null where only the host's procedures may be used.
 template <typename Array>
-typename Elements<Array>::Element* storageOf(Array* array) {
-  if (!ArrayAccessTested) probe();
+typename Elements<Array>::Element* storageOf(const Array* array) {
   if (!ArrayAccessSuccess) return nullptr;
   return fieldAt<typename Elements<Array>::Element*>(array, kStorageOffset);
 }
 
 template <typename Array>
 void getElement(Array* array, std::int64_t index, typename Elements<Array>::Element* result) {
-  using Kind = Elements<Array>;
-  if (result == nullptr || !isInBounds(asObject(array), index)) return;
+  if (result == nullptr || !isAccessible(asObject(array), index)) return;
   if (const auto* storage = storageOf(array)) {
     *result = storage[index];
     lock(*result);
-  } else if (const auto get = Kind::getProc(array)) {
+  } else if (const auto get = Elements<Array>::getProc(array)) {
     *result = get(array, index);
   }
 }
 
 template <typename Array>
-void setElement(Array* array, std::int64_t index, typename Elements<Array>::Element value) {
-  using Kind = Elements<Array>;
-  if (!isInBounds(asObject(array), index)) return;
-  if (auto* storage = storageOf(array)) {
-    lock(value);
-    const auto old = storage[index];
-    storage[index] = value;
-    unlock(old);
-  } else if (const auto set = Kind::setProc(array)) {
-    set(array, value, index);
-  }
+ElementPlace<Array, typename Elements<Array>::Element> find(Array* array, std::int64_t index) {
+  if (!isAccessible(asObject(array), index)) return {};
+  if (auto* storage = storageOf(array)) return {.array = array, .index = index, .stored = storage + index};
+  return {.array = array, .index = index, .procedure = Elements<Array>::setProc(array)};
 }
 
 /// Logs what a check of the probe found, when it failed.
@@ -133,8 +128,8 @@ bool holds(bool condition, const char* message) {
 }
 
 bool proceduresAgree(_REALarrayInteger* array) {
-  REALSetArrayValue(array, 0, 12345);
-  REALSetArrayValue(array, 9, 123456);
+  placeAt(array, 0).set(12345);
+  placeAt(array, 9).set(123456);
   std::int64_t at0 = 0;
   std::int64_t at1 = 0;
   std::int64_t at9 = 0;
@@ -180,14 +175,14 @@ void REALGetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectSt
   getElement(array, index, result);
 }
 
-void REALSetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_t value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayInteger, std::int64_t> placeAt(_REALarrayInteger* array, std::int64_t index) {
+  return find(array, index);
 }
-void REALSetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct* value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayString, REALstringStruct*> placeAt(_REALarrayString* array, std::int64_t index) {
+  return find(array, index);
 }
-void REALSetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct* value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayObject, REALobjectStruct*> placeAt(_REALarrayObject* array, std::int64_t index) {
+  return find(array, index);
 }
 
 }  // namespace vornik
