@@ -205,7 +205,7 @@ struct ContainerFunctions {
       RaiseException("NilObjectException", Class::kMissing);
       return nullptr;
     }
-    OwnedObject iterator(REALnewInstance(Class::kIteratorName));
+    auto iterator = ObjectReference::adopt(REALnewInstance(Class::kIteratorName));
     if (!iterator) return nullptr;
     const bool placed = withContainer(data(self), [&](auto& container) {
       const void* address = &container;

@@ -51,7 +51,7 @@ struct ReferenceKind {
     return held.get();
   }
   static Host share(Host value) {
-    if (value != nullptr) lock(value);
+    lock(value);
     return value;
   }
 };
