@@ -12,9 +12,9 @@ if(VORNIK_ARM64_PACKAGES)
   set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
   set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
   set(ENV{PKG_CONFIG_SYSROOT_DIR} ${VORNIK_ARM64_PACKAGES})
-  set(ENV{PKG_CONFIG_ALLOW_SYSTEM_CFLAGS} 1)
   set(ENV{PKG_CONFIG_LIBDIR}
       ${VORNIK_ARM64_PACKAGES}/usr/lib/aarch64-linux-gnu/pkgconfig:${VORNIK_ARM64_PACKAGES}/usr/share/pkgconfig)
+  add_compile_options(-idirafter ${VORNIK_ARM64_PACKAGES}/usr/include/aarch64-linux-gnu)
   set(CMAKE_EXE_LINKER_FLAGS_INIT
       "-Wl,-rpath-link,${VORNIK_ARM64_PACKAGES}/usr/lib/aarch64-linux-gnu:${VORNIK_ARM64_PACKAGES}/lib/aarch64-linux-gnu")
   set(CMAKE_CROSSCOMPILING_EMULATOR qemu-aarch64 -L ${VORNIK_ARM64_PACKAGES})
