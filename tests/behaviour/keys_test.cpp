@@ -88,20 +88,20 @@ TEST_P(VariantKeys, OfOneTypeAreToldApartByEveryPartOfTheirValues) {
       numbers{-1.0, 1.0, std::nextafter(1.0, 2.0), 2.0};
   const Values texts{"abcdefgh4", "abcdefgh5", "abcdefgi5"};
   const struct {
-    Type type;
+    VariantType type;
     Values ascending;
     bool isUnsigned = false;
-  } rows[] = {{Type::kInt32, {-0x7FFFFFFB, 4, 5, 0x10005}},
-              {Type::kInt32, words, true},
-              {Type::kInt64, {kSign + 5, 4, 5, 0x100000005, kWide, kWide + 1}},
-              {Type::kInt64, {4, 5, 0x100000005, kSign, kSign + 1, kSign + 5}, true},
-              {Type::kSingle, {-1.0, 1.0, double{std::nextafter(1.0F, 2.0F)}, 2.0}},
-              {Type::kDouble, numbers},
-              {Type::kCurrency, numbers},
-              {Type::kBoolean, {false, true}},
-              {Type::kColor, words},
-              {Type::kString, texts},
-              {Type::kText, texts}};
+  } rows[] = {{kVariantInt32, {-0x7FFFFFFB, 4, 5, 0x10005}},
+              {kVariantInt32, words, true},
+              {kVariantInt64, {kSign + 5, 4, 5, 0x100000005, kWide, kWide + 1}},
+              {kVariantInt64, {4, 5, 0x100000005, kSign, kSign + 1, kSign + 5}, true},
+              {kVariantSingle, {-1.0, 1.0, double{std::nextafter(1.0F, 2.0F)}, 2.0}},
+              {kVariantDouble, numbers},
+              {kVariantCurrency, numbers},
+              {kVariantBoolean, {false, true}},
+              {kVariantColor, words},
+              {kVariantString, texts},
+              {kVariantText, texts}};
   for (const auto& [type, ascending, isUnsigned] : rows) {
     const Value all = make();
     Texts shown;
