@@ -94,10 +94,10 @@ class HashTable {
   /// The key's element; a new one with an empty value where there is none. Amortised constant.
   Place findOrInsert(const Probe& key) {
     const std::uint64_t hash = Hashing::hash(key);
-    if (bucketCount() != 0) {
-      if (const Place found = findIn(count_.bucketOf(hash), hash, key)) return found;
-    }
-    return insert(hash, key);
+    if (bucketCount() == 0) return insert(0, hash, key);
+    const std::uint64_t bucket = count_.bucketOf(hash);
+    const Place found = findIn(bucket, hash, key);
+    return found != end() ? found : insert(bucket, hash, key);
   }
 
   /// Inserts all elements of `other` into this new table in the order of its chain. What is in the table when
@@ -239,14 +239,17 @@ class HashTable {
     return 0;
   }
 
-  /// Adds an element whose key is absent.
-  Place insert(std::uint64_t hash, const Probe& key) {
+  /// Adds an element whose key is absent, in the bucket that is the hash's before the table grows.
+  Place insert(std::uint64_t bucket, std::uint64_t hash, const Probe& key) {
     // Everything that can fail or ask the host comes before anything that changes.
     Stored stored = Hashing::hold(hash, key);
-    if (mustGrow(size_ + 1, bucketCount())) grow(0);
+    if (mustGrow(size_ + 1, bucketCount())) {
+      grow(0);
+      bucket = count_.bucketOf(hash);
+    }
     if (chain_.isFull()) chain_.enlarge(room(0, bucketCount()));
     const Place place = chain_.construct(std::move(stored));
-    link(place, count_.bucketOf(hash));
+    link(place, bucket);
     ++size_;
     change_ = ++lastChange;
     return place;
@@ -295,8 +298,7 @@ class HashTable {
   bool moveInOrder(NodeIndex capacity) noexcept try {
     Chain fresh(capacity);
     auto anchors = anchors_.forMove(capacity);
-    chain_.moveInOrder(std::move(fresh),
-                       [&](Place from, Place to) { anchors_.move(from, anchors, to); });
+    chain_.moveInOrder(std::move(fresh), [&](Place from, Place to) { anchors_.move(from, anchors, to); });
     anchors_ = std::move(anchors);
     return true;
   } catch (const std::bad_alloc&) {

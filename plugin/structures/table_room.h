@@ -19,7 +19,7 @@ struct ShippedHashTableSizes {
   static constexpr std::uint64_t kMovedFrom = 4096;
   /// Below, there is room for all elements that the buckets are good for. From here on it comes in two steps:
   /// one copy of the nodes more, which takes no time to speak of, for a sixth of the memory in the mean.
-  static constexpr std::uint64_t kTwoStepsFrom = 64;
+  static constexpr std::uint64_t kTwoStepsFrom = 96;
   /// From here on it comes in several, because half of a large table would be much memory to keep for
   /// elements that may never come.
   static constexpr std::uint64_t kManyStepsFrom = 65536;
