@@ -214,19 +214,23 @@ void rbText::redeclare() noexcept {
 
 void rbText::CheckASCII() noexcept {
   if (classification_ != CheckPending) return;
+  const auto classify = [this](const auto* bytes, std::int64_t length) {
+    const bool ascii = std::none_of(bytes, bytes + length, [](auto byte) { return (byte & 0x80) != 0; });
+    classification_ = ascii ? PureASCII : NotASCII;
+  };
+  // What is declared as UTF-8 has been borrowed already, unless the host did not give it.
+  if (utf8.length >= 0) return classify(utf8.data, utf8.length);
   const rbData bytes(string_);
-  const bool ascii =
-      std::none_of(bytes.data, bytes.data + bytes.length, [](std::uint8_t byte) { return byte >= 0x80; });
-  classification_ = ascii ? PureASCII : NotASCII;
-  if (!ascii) return;
+  classify(bytes.data, bytes.length);
+  if (classification_ != PureASCII) return;
   borrow(utf8, reinterpret_cast<const char*>(bytes.data), bytes.length);
 }
 
 void rbText::ConvertUTF8() noexcept {
-  makeEmpty(utf8);
-  if (string_ == nullptr) return;
+  if (string_ == nullptr) return makeEmpty(utf8);
   CheckASCII();
   if (classification_ == PureASCII) return;
+  makeEmpty(utf8);
   if (convertByHost(utf8, string_, kEncodingUTF8) && utf8.length >= 1) terminate(utf8);
 }
 

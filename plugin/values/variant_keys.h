@@ -31,6 +31,8 @@ bool isTextType(std::int64_t type);
 class VariantOperand {
  public:
   VariantOperand(REALobjectStruct* variant) noexcept : variant_(variant) {}
+  /// One whose type is known already.
+  VariantOperand(REALobjectStruct* variant, std::int64_t type) noexcept : variant_(variant), type_(type) {}
   VariantOperand(const VariantOperand& other) noexcept : variant_(other.variant_) {}
   VariantOperand& operator=(const VariantOperand&) = delete;
 
