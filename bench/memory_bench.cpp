@@ -125,10 +125,11 @@ void measureReferenceBytes(Report& report, Host& host, const std::string& type, 
 /// Bytes an entry of a map that was filled with the first `size` keys.
 template <typename Subject>
 double bytesOf(Subject& subject, const std::vector<typename Subject::Key>& keys, std::size_t size) {
+  const std::vector first(keys.begin(), keys.begin() + static_cast<std::ptrdiff_t>(size));
   subject.create();
   Figures figures;
   const Allocated allocated;
-  subject.set({keys.begin(), keys.begin() + static_cast<std::ptrdiff_t>(size)});
+  subject.set(first);
   allocated.keep(figures, "", size);
   subject.destroy();
   return figures.all().empty() ? 0 : figures.all().front().value;
