@@ -1,5 +1,6 @@
 // How many host calls one operation costs: counts, not times, as the stand-in host counts every call of its
 // services. Means over many keys.
+#include <functional>
 #include <numeric>
 
 #include "bench/harness.h"
@@ -41,14 +42,15 @@ constexpr Shape kShapes[] = {
     {"100 bytes in common", behindPrefix<100>},
 };
 
-enum class Kind { kString, kTextVariant, kInt64Variant };
+/// Makes the key of a number.
+using MakeKey = std::function<Value(std::uint64_t number)>;
 
 /// A container of any class, and what it costs.
 class Counted {
  public:
-  Counted(Host& host, const std::string& className, Kind kind, bool caseSensitive)
+  Counted(Host& host, const std::string& className, bool caseSensitive, MakeKey key)
       : host_(host),
-        kind_(kind),
+        key_(std::move(key)),
         isMap_(className.find("Map") != std::string::npos),
         isOrdered_(className.find("Ordered") != std::string::npos),
         container_(host.create(className, {caseSensitive})) {}
@@ -62,17 +64,17 @@ class Counted {
   }
 
   /// Fills with even numbers, and asks for some of them and for the odd ones between.
-  Figures measure(const Shape& shape, std::size_t size) {
+  Figures measure(std::size_t size) {
     std::vector<std::uint64_t> numbers(size);
     std::iota(numbers.begin(), numbers.end(), 0);
     std::shuffle(numbers.begin(), numbers.end(), std::mt19937_64(1));
-    for (const std::uint64_t number : numbers) insert(key(shape, 2 * number));
+    for (const std::uint64_t number : numbers) insert(key_(2 * number));
     numbers.resize(std::min<std::size_t>(size / 10, 1000));
     Figures figures;
     const auto count = [&](const char* operation, std::uint64_t offset, auto call) {
       std::uint64_t calls = 0;
       for (const std::uint64_t number : numbers) {
-        const Value searched = key(shape, 2 * number + offset);
+        const Value searched = key_(2 * number + offset);
         host_.resetCalls();
         call(searched);
         for (const auto& service : host_.calls()) calls += service.second;
@@ -96,56 +98,110 @@ class Counted {
   }
 
  private:
-  Value key(const Shape& shape, std::uint64_t number) const {
-    if (kind_ == Kind::kInt64Variant) {
-      return host_.variant(kVariantInt64, static_cast<std::int64_t>(scrambled(number)));
-    }
-    const Value text(shape.text(number));
-    return kind_ == Kind::kString ? text : host_.variant(kVariantString, text);
-  }
-
   Host& host_;
-  Kind kind_;
+  MakeKey key_;
   bool isMap_, isOrdered_;
   Value container_;
   Value value_ = Value("x");
 };
 
-void measure(Report& report, Host& host, const std::string& className, Kind kind, const Shape& shape,
-             std::size_t size) {
-  const char* const kindName = kind == Kind::kString        ? "String"
-                               : kind == Kind::kTextVariant ? "text Variant"
-                                                            : "Int64 Variant";
-  const Block block{fmt::format("{}, {}", className, kindName),
-                    kind == Kind::kInt64Variant ? "random" : shape.name, size, "calls"};
+void measure(Report& report, Host& host, const Block& block, const std::string& className,
+             const MakeKey& key) {
   if (!report.wants(block)) return;
   std::vector<Report::Column> columns;
   for (const bool caseSensitive : {true, false}) {
     columns.push_back({caseSensitive ? "case-sensitive" : "insensitive",
-                       Counted(host, className, kind, caseSensitive).measure(shape, size)});
+                       Counted(host, className, caseSensitive, key).measure(block.size)});
   }
   report.add(block, columns);
+}
+
+/// Texts of all shapes, in maps and sets, ordered and hashed.
+void measureShapes(Report& report, Host& host, const std::string& type) {
+  const bool isString = type == "String";
+  const auto measureShape = [&](const std::string& className, const Shape& shape, std::size_t size) {
+    const Block block{className + (isString ? ", String" : ", text Variant"), shape.name, size, "calls"};
+    measure(report, host, block, className, [&](std::uint64_t number) {
+      const Value text(shape.text(number));
+      return isString ? text : host.variant(kVariantString, text);
+    });
+  };
+  for (const char* order : {"Ordered", "Hash"}) {
+    for (const std::size_t size : {1'000u, 50'000u, 100'000u}) {
+      for (const Shape& shape : kShapes) {
+        const bool isCommon = &shape - kShapes < 2;
+        if (isCommon || (size == 50'000 && !report.options().quick))
+          measureShape(fmt::format("{0}To{0}{1}MapQZR", type, order), shape, size);
+      }
+      if (size != 50'000) measureShape(fmt::format("{}{}SetQZR", type, order), kShapes[1], size);
+    }
+  }
+}
+
+/// Texts of exact lengths and in another encoding, in hash classes, where short ones are kept beside the key.
+void measureLengths(Report& report, Host& host, const std::string& type) {
+  const bool isString = type == "String";
+  const std::string className = fmt::format("{0}To{0}HashMapQZR", type);
+  const auto measureTexts = [&](const std::string& name, const MakeKey& text) {
+    measure(report, host, {className + ", by length", name, 1'000, "calls"}, className,
+            [&](std::uint64_t number) {
+              return isString ? text(number) : host.variant(kVariantString, text(number));
+            });
+  };
+  for (const std::size_t bytes : {8u, 15u, 16u, 40u, 100u}) {
+    measureTexts(fmt::format("{} bytes", bytes), [=](std::uint64_t number) {
+      return Value(fmt::format("{:a<{}}{:08}", "", bytes - 8, number));
+    });
+  }
+  measureTexts("UTF-16", [&](std::uint64_t number) {
+    std::string bytes;
+    for (const char c : fmt::format("{:08}", number)) bytes += {c, '\0'};
+    return host.string(bytes, kEncodingUTF16);
+  });
+}
+
+/// Variants that hold no text, by what they hold. There are two Booleans.
+void measureVariants(Report& report, Host& host) {
+  using Type = host::VariantType;
+  const auto measureKeys = [&](const std::string& className, const char* name, const MakeKey& key) {
+    for (const std::size_t size : {1'000u, 100'000u}) {
+      measure(report, host, {fmt::format("{}, {}", className, name), "random", size, "calls"}, className,
+              key);
+    }
+  };
+  const auto integers = [&](Type type, bool isUnsigned = false) {
+    return [=, &host](std::uint64_t number) {
+      return host.variant(type, static_cast<std::int64_t>(scrambled(number)), isUnsigned);
+    };
+  };
+  for (const char* className : {"VariantToVariantOrderedMapQZR", "VariantOrderedSetQZR",
+                                "VariantToVariantHashMapQZR", "VariantHashSetQZR"}) {
+    measureKeys(className, "Int64 Variant", integers(kVariantInt64));
+  }
+  const char* const map = "VariantToVariantHashMapQZR";
+  measureKeys(map, "UInt64 Variant", integers(kVariantInt64, true));
+  measureKeys(map, "Int32 Variant", integers(kVariantInt32));
+  measureKeys(map, "UInt32 Variant", integers(kVariantInt32, true));
+  measureKeys(map, "Color Variant", integers(kVariantColor));
+  measureKeys(map, "Boolean Variant",
+              [&](std::uint64_t number) { return host.variant(kVariantBoolean, number % 2 != 0); });
+  for (const auto& [name, type] : {std::pair{"Single Variant", kVariantSingle},
+                                   {"Double Variant", kVariantDouble},
+                                   {"Currency Variant", kVariantCurrency}}) {
+    measureKeys(map, name, [&host, type = type](std::uint64_t number) {
+      return host.variant(type, static_cast<double>(number) / 2);
+    });
+  }
 }
 
 void run(Report& report) {
   Host host;
   host.load(report.options().plugin);
-  for (const Kind kind : {Kind::kString, Kind::kTextVariant, Kind::kInt64Variant}) {
-    const std::string type = kind == Kind::kString ? "String" : "Variant";
-    for (const char* order : {"Ordered", "Hash"}) {
-      const std::string map = fmt::format("{0}To{0}{1}MapQZR", type, order);
-      for (const std::size_t size : {1'000u, 50'000u, 100'000u}) {
-        for (const Shape& shape : kShapes) {
-          const bool isCommon = &shape - kShapes < 2;
-          if (kind == Kind::kInt64Variant && &shape != kShapes) continue;
-          if (isCommon || (size == 50'000 && !report.options().quick))
-            measure(report, host, map, kind, shape, size);
-        }
-        const std::string set = fmt::format("{}{}SetQZR", type, order);
-        if (size != 50'000) measure(report, host, set, kind, kShapes[1], size);
-      }
-    }
+  for (const char* type : {"String", "Variant"}) {
+    measureShapes(report, host, type);
+    measureLengths(report, host, type);
   }
+  measureVariants(report, host);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 // Bytes an entry after loads in several orders and after removal, and growth to ten million entries.
+#include <cmath>
+
 #include "bench/harness.h"
 #include "bench/keys.h"
 #include "bench/memory_use.h"
@@ -120,6 +122,71 @@ void measureReferenceBytes(Report& report, Host& host, const std::string& type, 
   }
 }
 
+/// Bytes an entry of a map that was filled with the first `size` keys.
+template <typename Subject>
+double bytesOf(Subject& subject, const std::vector<typename Subject::Key>& keys, std::size_t size) {
+  const std::vector first(keys.begin(), keys.begin() + static_cast<std::ptrdiff_t>(size));
+  subject.create();
+  Figures figures;
+  const Allocated allocated;
+  subject.set(first);
+  allocated.keep(figures, "", size);
+  subject.destroy();
+  return figures.all().empty() ? 0 : figures.all().front().value;
+}
+
+/// Hash maps by size: what is spare goes up and down with it. And of the small ones the mean and the worst, in
+/// even steps of a logarithm.
+void measureHashBySize(Report& report, Host& host) {
+  const Block block{"hash maps, by size", "", 0, "bytes"};
+  if (!report.wants(block)) return;
+  std::vector<Report::Column> columns;
+  const auto measure = [&](auto subject, const auto& keys) {
+    Figures figures;
+    static_cast<void>(bytesOf(subject, keys, 1));  // what comes with the first map of a class
+    for (const std::size_t size : {100u, 300u, 1'000u, 3'000u, 10'000u, 30'000u, 100'000u, 1'000'000u}) {
+      if (report.wants(size)) figures.keep(std::to_string(size), bytesOf(subject, keys, size));
+    }
+    if constexpr (std::is_integral_v<typename decltype(subject)::Key>) {
+      constexpr int kSteps = 200;
+      double sum = 0, worst = 0;
+      for (int step = 0; step <= kSteps; ++step) {
+        const double bytes =
+            bytesOf(subject, keys,
+                    static_cast<std::size_t>(100 * std::pow(655.36, static_cast<double>(step) / kSteps)));
+        sum += bytes;
+        worst = std::max(worst, bytes);
+      }
+      figures.keep("mean of 100 to 65,536", sum / (kSteps + 1));
+      figures.keep("worst of them", worst);
+    }
+    columns.push_back({subject.name(), figures});
+  };
+  const std::size_t most = report.options().quick ? 100'000 : 1'000'000;
+  const auto numbers = makeIntegers(most, false).inserted;
+  measure(RegisteredIntegers(host, kHash, "Integer"), numbers);
+  measure(standardHashMap<std::int64_t>(), numbers);
+  std::vector<Value> owners;
+  std::vector<REALstringStruct*> strings;
+  std::vector<REALobjectStruct*> variants;
+  for (const std::string& key : makeTexts(most, TextShape::kCustomer).inserted) {
+    owners.push_back(Value(key));
+    strings.push_back(owners.back().string().get());
+    owners.push_back(host.variant(host::VariantType::kString, owners.back()));
+    variants.push_back(owners.back().object().get());
+  }
+  for (const bool isSensitive : {true, false}) {
+    const char* const suffix = isSensitive ? "" : ", any case";
+    measure(RegisteredMap<StringPassing>(host, "StringToStringHashMapQZR", fmt::format("String{}", suffix),
+                                         {isSensitive}, strings.front()),
+            strings);
+    measure(RegisteredMap<VariantPassing>(host, "VariantToVariantHashMapQZR",
+                                          fmt::format("Variant{}", suffix), {isSensitive}, variants.front()),
+            variants);
+  }
+  report.add(block, columns);
+}
+
 /// Fills to ten million, with a look at every power of ten: what an insertion took since the last one, the
 /// longest of them, what a lookup takes now, and bytes. A reading of the clock an insertion is taken off.
 template <typename Subject>
@@ -197,6 +264,7 @@ void run(Report& report) {
                 flatHashMap<std::int64_t>());
   measureGrowth(report, kOrdered, RegisteredIntegers(host, kOrdered), standardMap<std::int64_t>(),
                 btreeMap<std::int64_t>());
+  measureHashBySize(report, host);
   for (const std::size_t size : {1'000u, 100'000u, 1'000'000u}) {
     measureIntegerBytes(report, host, size);
     if (size == 1'000'000) continue;
