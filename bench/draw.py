@@ -352,7 +352,7 @@ def measured_on(builds):
     compilers = " and ".join(f"{head['compiler']} with {head['library']}" for head in heads)
     return (f"Measured on {heads[0]['date']} at commit `{heads[0]['commit']}`, build type {heads[0]['build']}: "
             f"{compilers}, {facts['processor']} with {facts['cores']} cores ({facts['caches']}), {facts['system']}; "
-            f"load average at the end {facts['load']}.")
+            f"load average {heads[0]['load']['before']} before and {heads[-1]['load']['after']} after.")
 
 
 def documents(builds, docs):

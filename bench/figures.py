@@ -1,7 +1,10 @@
 #!/usr/bin/python3
 """Keeps what the benchmarks measured, and compares it.
 
-figures.py collect OUT.json MODE MEASURED.json...   merges the programs' files into one, with machine, date and commit
+figures.py quiet                                    waits until the machine does nothing else, or refuses; says its load
+figures.py collect OUT.json MODE LOAD MEASURED.json...
+                                                    merges the programs' files into one, with machine, date and commit,
+                                                    and the load before and after
 figures.py compare BEFORE.json AFTER.json           prints every figure that is ours, before and after
 """
 import datetime
@@ -11,6 +14,7 @@ import pathlib
 import platform
 import subprocess
 import sys
+import time
 
 OURS = ("registered", "case-sensitive", "case-insensitive", "insensitive", "OrderedTree", "HashTable")
 
@@ -31,8 +35,18 @@ def machine():
         "caches": ", ".join(f"{level} {facts[level + ' cache']}" for level in ("L1d", "L2", "L3")
                             if level + " cache" in facts),
         "system": f"{platform.system()} {platform.release()}",
-        "load": round(os.getloadavg()[2], 2),
     }
+
+
+def wait_until_quiet(minutes=10, most=0.5):
+    """A load average trails what it measures: it takes some minutes to fall after a build."""
+    for _ in range(minutes * 6):
+        load = os.getloadavg()[0]
+        if load < most:
+            print(f"{load:.2f}")
+            return
+        time.sleep(10)
+    sys.exit(f"figures.py: the load is still {load:.2f} after {minutes} minutes, not below {most}; something else runs")
 
 
 def rounded(value):
@@ -40,11 +54,12 @@ def rounded(value):
     return float(f"{value:.4g}")
 
 
-def collect(out, mode, parts):
+def collect(out, mode, load, parts):
     measured = [json.loads(pathlib.Path(part).read_text()) for part in parts]
     head = {key: measured[0][key] for key in ("compiler", "library", "build")}
     head |= {"mode": mode, "date": datetime.datetime.now(datetime.timezone.utc).date().isoformat(),
-             "commit": command_output("git", "describe", "--always", "--dirty"), "machine": machine()}
+             "commit": command_output("git", "describe", "--always", "--dirty"), "machine": machine(),
+             "load": {"before": float(load), "after": round(os.getloadavg()[0], 2)}}
     blocks = []
     for part in measured:
         for block in part["blocks"]:
@@ -87,8 +102,10 @@ def compare(before, after):
 
 
 if __name__ == "__main__":
-    if sys.argv[1:2] == ["collect"] and len(sys.argv) > 4:
-        collect(sys.argv[2], sys.argv[3], sys.argv[4:])
+    if sys.argv[1:] == ["quiet"]:
+        wait_until_quiet()
+    elif sys.argv[1:2] == ["collect"] and len(sys.argv) > 5:
+        collect(*sys.argv[2:5], sys.argv[5:])
     elif sys.argv[1:2] == ["compare"] and len(sys.argv) == 4:
         compare(*sys.argv[2:])
     else:

@@ -98,10 +98,10 @@ class Counted {
  private:
   Value key(const Shape& shape, std::uint64_t number) const {
     if (kind_ == Kind::kInt64Variant) {
-      return host_.variant(host::VariantType::kInt64, static_cast<std::int64_t>(scrambled(number)));
+      return host_.variant(kVariantInt64, static_cast<std::int64_t>(scrambled(number)));
     }
     const Value text(shape.text(number));
-    return kind_ == Kind::kString ? text : host_.variant(host::VariantType::kString, text);
+    return kind_ == Kind::kString ? text : host_.variant(kVariantString, text);
   }
 
   Host& host_;

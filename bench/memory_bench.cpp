@@ -203,7 +203,7 @@ void run(Report& report) {
     measureReferenceBytes<StringPassing>(report, host, "String", size,
                                          [](const std::string& key) { return Value(key); });
     measureReferenceBytes<VariantPassing>(report, host, "Variant", size, [&](const std::string& key) {
-      return host.variant(host::VariantType::kString, Value(key));
+      return host.variant(kVariantString, Value(key));
     });
   }
 }

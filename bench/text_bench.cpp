@@ -107,7 +107,7 @@ void compareTexts(Report& report, Host& host, const Block& block, HostWorkload<H
 
 void measureTexts(Report& report, Host& host, TextShape shape, const char* shapeName, std::size_t size) {
   const Value text("x");
-  const Value variant = host.variant(host::VariantType::kString, text);
+  const Value variant = host.variant(kVariantString, text);
   std::optional<Texts> texts;
   std::optional<HostWorkload<REALstringStruct>> strings;
   std::optional<HostWorkload<REALobjectStruct>> variants;
@@ -117,9 +117,7 @@ void measureTexts(Report& report, Host& host, TextShape shape, const char* shape
     return true;
   };
   const auto makeString = [](const std::string& key) { return Value(key); };
-  const auto makeVariant = [&](const std::string& key) {
-    return host.variant(host::VariantType::kString, Value(key));
-  };
+  const auto makeVariant = [&](const std::string& key) { return host.variant(kVariantString, Value(key)); };
   for (const bool ordered : {true, false}) {
     const auto className = [&](const char* type) {
       return fmt::format("{0}To{0}{1}MapQZR", type, ordered ? "Ordered" : "Hash");
@@ -148,13 +146,13 @@ void measureTexts(Report& report, Host& host, TextShape shape, const char* shape
 }
 
 void measureInt64Variants(Report& report, Host& host, std::size_t size) {
-  const Value value = host.variant(host::VariantType::kInt64, 1);
+  const Value value = host.variant(kVariantInt64, 1);
   for (const bool ordered : {true, false}) {
     const Block block{fmt::format("VariantToVariant{}MapQZR", ordered ? "Ordered" : "Hash"), "Int64", size};
     if (!report.wants(block)) continue;
     Integers numbers = makeIntegers(size, false);
     HostWorkload<REALobjectStruct> variants(
-        numbers, [&](std::int64_t key) { return host.variant(host::VariantType::kInt64, key); });
+        numbers, [&](std::int64_t key) { return host.variant(kVariantInt64, key); });
     Loaded registered{
         RegisteredMap<VariantPassing>(host, block.group, "registered", {}, value.object().get()),
         variants.handles};

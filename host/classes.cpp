@@ -25,18 +25,18 @@ struct VariantName {
   const char* className;
 };
 constexpr std::array kVariantNames{
-    VariantName{VariantType::kNil, false, "_VariantNil"},
-    VariantName{VariantType::kInt32, false, "_VariantInt32"},
-    VariantName{VariantType::kInt32, true, "_VariantUInt32"},
-    VariantName{VariantType::kInt64, false, "_VariantInt64"},
-    VariantName{VariantType::kInt64, true, "_VariantUInt64"},
-    VariantName{VariantType::kSingle, false, "_VariantSingle"},
-    VariantName{VariantType::kDouble, false, "_VariantDouble"},
-    VariantName{VariantType::kCurrency, false, "_VariantCurrency"},
-    VariantName{VariantType::kString, false, "_VariantString"},
-    VariantName{VariantType::kBoolean, false, "_VariantBoolean"},
-    VariantName{VariantType::kColor, false, "_VariantColor"},
-    VariantName{VariantType::kText, false, "_VariantText"},
+    VariantName{kVariantNil, false, "_VariantNil"},
+    VariantName{kVariantInt32, false, "_VariantInt32"},
+    VariantName{kVariantInt32, true, "_VariantUInt32"},
+    VariantName{kVariantInt64, false, "_VariantInt64"},
+    VariantName{kVariantInt64, true, "_VariantUInt64"},
+    VariantName{kVariantSingle, false, "_VariantSingle"},
+    VariantName{kVariantDouble, false, "_VariantDouble"},
+    VariantName{kVariantCurrency, false, "_VariantCurrency"},
+    VariantName{kVariantString, false, "_VariantString"},
+    VariantName{kVariantBoolean, false, "_VariantBoolean"},
+    VariantName{kVariantColor, false, "_VariantColor"},
+    VariantName{kVariantText, false, "_VariantText"},
 };
 constexpr const char* kOtherVariantName = "_Variant";
 

@@ -315,6 +315,13 @@ void Host::failFrom(std::string_view name, std::uint64_t nthCall, std::uint64_t 
   service.failures = failures;
 }
 
+void Host::interrupt(std::string_view name, std::uint64_t nthCall, std::function<void()> code) {
+  for (Service* service : services()) service->interruptedCall = Service::kNever;
+  Service& service = requireService(name);
+  if (nthCall != 0) service.interruptedCall = service.calls + nthCall;
+  implementation_->interruption = std::move(code);
+}
+
 std::map<std::string, std::uint64_t> Host::calls() const {
   std::map<std::string, std::uint64_t> calls;
   for (const Service* service : services())

@@ -79,21 +79,6 @@ struct RegisteredClass {
   std::vector<RegisteredProperty> properties;
 };
 
-/// The kinds of plain variant that "VarType" tells apart, with the host's type codes.
-enum class VariantType : std::int64_t {
-  kNil = 0,
-  kInt32 = 2,
-  kInt64 = 3,
-  kSingle = 4,
-  kDouble = 5,
-  kCurrency = 6,
-  kString = 8,
-  kObject = 9,
-  kBoolean = 11,
-  kColor = 16,
-  kText = 37,
-};
-
 class Host {
  public:
   explicit Host(HostOptions options = {});
@@ -170,6 +155,10 @@ class Host {
   /// Makes a service fail (its neutral result, no effect) from its nth call on, counting the next one as 1,
   /// as often as said; nth 0 stops that. std::invalid_argument for a service that there is not.
   void failFrom(std::string_view service, std::uint64_t nthCall, std::uint64_t failures = ~std::uint64_t{0});
+  /// Runs script code once, in the middle of the nth call of a service, counting the next one as 1: when the
+  /// service has done its work and has not returned yet. There is one such plan at a time; nth 0 drops it.
+  /// The code must not throw.
+  void interrupt(std::string_view service, std::uint64_t nthCall, std::function<void()> code = {});
   /// Makes the resolver deny or know a service from now on.
   void withhold(std::string_view service, bool withheld = true);
   /// Calls per service since the start or the last reset. The element procedures of arrays are counted under

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <utility>
 
 #include "host/arrays.h"
 #include "host/classes.h"
@@ -23,6 +24,21 @@ struct Name {
   consteval Name(const char (&literal)[size]) { std::copy_n(literal, size, text); }
 };
 
+/// Lets the script code that is planned for this call run when the service is done.
+class Interruption {
+ public:
+  explicit Interruption(const Service& service) : isDue_(service.calls == service.interruptedCall) {}
+  Interruption(const Interruption&) = delete;
+  Interruption& operator=(const Interruption&) = delete;
+  ~Interruption() {
+    if (isDue_) [[unlikely]]
+      std::exchange(state().interruption, nullptr)();
+  }
+
+ private:
+  bool isDue_;
+};
+
 // Every service has an entry of its own, so that a call finds its counter without a search. The same function
 // may serve under several names.
 template <Name name, Reach reach, auto function>
@@ -34,6 +50,7 @@ struct Entry<name, reach, function> {
     if (++service.calls >= service.failingCall && service.calls - service.failingCall < service.failures)
       return Result();
     const Boundary outside(false);
+    const Interruption interruption(service);
     return function(arguments...);
   }
   static inline Service service{name.text, reach, reinterpret_cast<void*>(&call)};

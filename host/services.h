@@ -25,9 +25,10 @@ struct Service {
   Reach reach;
   void* address;
   std::uint64_t calls = 0;
-  std::uint64_t callsBefore = 0;       ///< those that are not reported any more
-  std::uint64_t failingCall = kNever;  ///< number of the first call that fails
-  std::uint64_t failures = kNever;     ///< how many calls fail from there on
+  std::uint64_t callsBefore = 0;           ///< those that are not reported any more
+  std::uint64_t failingCall = kNever;      ///< number of the first call that fails
+  std::uint64_t failures = kNever;         ///< how many calls fail from there on
+  std::uint64_t interruptedCall = kNever;  ///< number of the call in which the host's interruption runs
   bool withheld = false;
 };
 

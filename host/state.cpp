@@ -20,7 +20,7 @@ State::State(HostOptions chosen) : options(std::move(chosen)) {
   }
   for (Service* service : services()) {
     service->calls = service->callsBefore = 0;
-    service->failingCall = Service::kNever;
+    service->failingCall = service->interruptedCall = Service::kNever;
     service->withheld = false;
   }
   for (const std::string& name : options.withheld) serviceNamed(name)->withheld = true;
@@ -29,6 +29,7 @@ State::State(HostOptions chosen) : options(std::move(chosen)) {
 
 State::~State() {
   strayException.reset();
+  interruption = nullptr;  // what it keeps alive goes while the host is there
   alive = nullptr;
 }
 

@@ -2,6 +2,7 @@
 #ifndef VORNIK_HOST_STATE_H
 #define VORNIK_HOST_STATE_H
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,6 +27,7 @@ struct State {
   Ledger things;
   ObjectRef strayException;              ///< raised outside of every call; delivered to nobody
   ObjectRef* pending = &strayException;  ///< where the running call keeps the exception raised in it
+  std::function<void()> interruption;    ///< script code that is to run in a call of a service
   std::vector<std::string> complaints;   ///< about what the library registered
 };
 

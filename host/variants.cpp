@@ -68,26 +68,26 @@ std::string asText(const Value& value, bool isUnsigned) {
 
 Value converted(VariantType type, const Value& value, bool isUnsigned) {
   switch (type) {
-    case VariantType::kNil:
+    case kVariantNil:
       return {};
-    case VariantType::kInt32:
+    case kVariantInt32:
       return isUnsigned ? std::int64_t{static_cast<std::uint32_t>(asInteger(value))}
                         : std::int64_t{static_cast<std::int32_t>(asInteger(value))};
-    case VariantType::kInt64:
+    case kVariantInt64:
       return isUnsigned ? static_cast<std::int64_t>(asUnsigned(value)) : asInteger(value);
-    case VariantType::kColor:
+    case kVariantColor:
       return std::int64_t{static_cast<std::uint32_t>(asInteger(value))};
-    case VariantType::kSingle:
+    case kVariantSingle:
       return double{static_cast<float>(asNumber(value, isUnsigned))};
-    case VariantType::kDouble:
-    case VariantType::kCurrency:
+    case kVariantDouble:
+    case kVariantCurrency:
       return asNumber(value, isUnsigned);
-    case VariantType::kBoolean:
+    case kVariantBoolean:
       return asInteger(value) != 0;
-    case VariantType::kString:
-    case VariantType::kText:
+    case kVariantString:
+    case kVariantText:
       return std::holds_alternative<StringRef>(value.held()) ? value : Value(asText(value, isUnsigned));
-    case VariantType::kObject:
+    case kVariantObject:
       break;
   }
   return value;  // the host's other types hold whatever they are given
@@ -95,27 +95,27 @@ Value converted(VariantType type, const Value& value, bool isUnsigned) {
 
 const char* typeName(VariantType type) {
   switch (type) {
-    case VariantType::kNil:
+    case kVariantNil:
       return "Nil";
-    case VariantType::kInt32:
+    case kVariantInt32:
       return "32-bit Integer";
-    case VariantType::kInt64:
+    case kVariantInt64:
       return "Integer";
-    case VariantType::kSingle:
+    case kVariantSingle:
       return "Single";
-    case VariantType::kDouble:
+    case kVariantDouble:
       return "Double";
-    case VariantType::kCurrency:
+    case kVariantCurrency:
       return "Currency";
-    case VariantType::kString:
+    case kVariantString:
       return "String";
-    case VariantType::kObject:
+    case kVariantObject:
       return "Object";
-    case VariantType::kBoolean:
+    case kVariantBoolean:
       return "Boolean";
-    case VariantType::kColor:
+    case kVariantColor:
       return "Color";
-    case VariantType::kText:
+    case kVariantText:
       return "Text";
   }
   return "of another type";
@@ -184,10 +184,10 @@ ObjectRef box(const Value& value) {
   struct Boxer {
     const Value& value;
     ObjectRef operator()(std::monostate) const { return {}; }
-    ObjectRef operator()(bool) const { return makeVariant(VariantType::kBoolean, value); }
-    ObjectRef operator()(std::int64_t) const { return makeVariant(VariantType::kInt64, value); }
-    ObjectRef operator()(double) const { return makeVariant(VariantType::kDouble, value); }
-    ObjectRef operator()(const StringRef&) const { return makeVariant(VariantType::kString, value); }
+    ObjectRef operator()(bool) const { return makeVariant(kVariantBoolean, value); }
+    ObjectRef operator()(std::int64_t) const { return makeVariant(kVariantInt64, value); }
+    ObjectRef operator()(double) const { return makeVariant(kVariantDouble, value); }
+    ObjectRef operator()(const StringRef&) const { return makeVariant(kVariantString, value); }
     ObjectRef operator()(const ObjectRef& object) const { return object; }
   };
   return std::visit(Boxer{value}, value.held());
@@ -217,9 +217,9 @@ bool sameVariant(REALobjectStruct* handleA, REALobjectStruct* handleB) {
 }
 
 std::int64_t variantType(REALobjectStruct* handle) {
-  if (handle == nullptr) return static_cast<std::int64_t>(VariantType::kNil);
+  if (handle == nullptr) return static_cast<std::int64_t>(kVariantNil);
   const Variant* variant = variantBehind(handle);
-  return static_cast<std::int64_t>(variant != nullptr ? variant->type : VariantType::kObject);
+  return static_cast<std::int64_t>(variant != nullptr ? variant->type : kVariantObject);
 }
 
 std::uint32_t variantHash(REALobjectStruct* handle) {
@@ -274,11 +274,11 @@ REALobjectStruct* variantToObject(REALobjectStruct* handle) {
 }
 
 REALobjectStruct* integerToVariant(std::int64_t value) {
-  return makeVariant(VariantType::kInt64, value).release();
+  return makeVariant(kVariantInt64, value).release();
 }
 
 REALobjectStruct* stringToVariant(REALstringStruct* value) {
-  return makeVariant(VariantType::kString, StringRef::share(value)).release();
+  return makeVariant(kVariantString, StringRef::share(value)).release();
 }
 
 }  // namespace vornik::host

@@ -48,6 +48,7 @@ extern "C" [[gnu::visibility("default")]] void REALPluginMain(REALresolver resol
     LogMessageX("Loading %s in Xojo %.2f and plugin SDK version %d...", gpartname, rbversion_rbversion,
                 CurrentREALControlVersion);
   }
+  // The name above has no spaces. The warning is for whoever gives a copy of the library another one.
   const std::string_view partName = gpartname;
   for (auto spaces = std::count(partName.begin(), partName.end(), ' '); spaces > 0; --spaces) {
     LogMessageX("%s%s %s", kDebugPrefix, "Warning: plugin name containts space character", gpartname);

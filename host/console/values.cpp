@@ -44,17 +44,17 @@ struct VariantKind {
   std::int64_t greatest = INT64_MAX;
 };
 constexpr std::array kVariantKinds{
-    VariantKind{"Int32", VariantType::kInt32, false, Content::kInteger, INT32_MIN, INT32_MAX},
-    VariantKind{"UInt32", VariantType::kInt32, true, Content::kInteger, 0, UINT32_MAX},
-    VariantKind{"Int64", VariantType::kInt64, false, Content::kInteger},
-    VariantKind{"UInt64", VariantType::kInt64, true, Content::kInteger},  // by its bits: -1 is the greatest
-    VariantKind{"Single", VariantType::kSingle, false, Content::kNumber},
-    VariantKind{"Double", VariantType::kDouble, false, Content::kNumber},
-    VariantKind{"Currency", VariantType::kCurrency, false, Content::kNumber},
-    VariantKind{"Boolean", VariantType::kBoolean, false, Content::kBoolean},
-    VariantKind{"Color", VariantType::kColor, false, Content::kInteger, 0, UINT32_MAX},
-    VariantKind{"String", VariantType::kString, false, Content::kText},
-    VariantKind{"Text", VariantType::kText, false, Content::kText},
+    VariantKind{"Int32", kVariantInt32, false, Content::kInteger, INT32_MIN, INT32_MAX},
+    VariantKind{"UInt32", kVariantInt32, true, Content::kInteger, 0, UINT32_MAX},
+    VariantKind{"Int64", kVariantInt64, false, Content::kInteger},
+    VariantKind{"UInt64", kVariantInt64, true, Content::kInteger},  // by its bits: -1 is the greatest
+    VariantKind{"Single", kVariantSingle, false, Content::kNumber},
+    VariantKind{"Double", kVariantDouble, false, Content::kNumber},
+    VariantKind{"Currency", kVariantCurrency, false, Content::kNumber},
+    VariantKind{"Boolean", kVariantBoolean, false, Content::kBoolean},
+    VariantKind{"Color", kVariantColor, false, Content::kInteger, 0, UINT32_MAX},
+    VariantKind{"String", kVariantString, false, Content::kText},
+    VariantKind{"Text", kVariantText, false, Content::kText},
 };
 
 void require(bool fits, const VariantKind& kind, const char* wanted) {
@@ -85,7 +85,7 @@ void checkContent(const VariantKind& kind, Value& content) {
       break;
     case Content::kNumber:
       require(isNumber, kind, "a number");
-      if (kind.type == VariantType::kCurrency) content = asCurrency(content);
+      if (kind.type == kVariantCurrency) content = asCurrency(content);
       break;
     case Content::kBoolean:
       return require(std::holds_alternative<bool>(content.held()), kind, "a Boolean");

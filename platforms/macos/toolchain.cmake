@@ -1,11 +1,13 @@
-# Builds for macOS on 64-bit Intel without a Mac: clang and lld, with the sysroot that platforms/macos/sysroot makes.
+# Builds for macOS without a Mac: clang and lld, with the sysroot that platforms/macos/sysroot makes. The processor is the
+# preset's CMAKE_OSX_ARCHITECTURES, which the compiler's trials have to be told, too.
 set(CMAKE_SYSTEM_NAME Darwin)
-set(CMAKE_SYSTEM_PROCESSOR x86_64)
-set(CMAKE_OSX_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/macos-sysroot)
+set(CMAKE_SYSTEM_PROCESSOR ${CMAKE_OSX_ARCHITECTURES})
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES CMAKE_OSX_ARCHITECTURES)
+set(CMAKE_OSX_SYSROOT ${CMAKE_CURRENT_LIST_DIR}/../../build/macos-sysroot-${CMAKE_OSX_ARCHITECTURES})
 cmake_path(NORMAL_PATH CMAKE_OSX_SYSROOT)
 
 set(CMAKE_CXX_COMPILER clang++)
-set(CMAKE_CXX_COMPILER_TARGET x86_64-apple-macos)
+set(CMAKE_CXX_COMPILER_TARGET ${CMAKE_OSX_ARCHITECTURES}-apple-macos)
 # The C++ headers by their folder, since clang would take the ones that it has here.
 add_compile_options(-nostdinc++ -isystem ${CMAKE_OSX_SYSROOT}/usr/include/c++/v1)
 # The lld of clang 14 leaves wrong addresses in the tables for unwinding (__eh_frame). The version is what clang takes the

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerHashSetClass, IntegerHashSetIteratorClass;
+
 namespace {
 
 using Container = HashTable<IntegerKind::Held, NoValue, IntegerHashing>;
@@ -15,7 +17,6 @@ struct Class : SetClass<Container, Container> {
   using Key = IntegerKind;
   static constexpr const char* kName = "IntegerHashSetQZR";
   static constexpr const char* kIteratorName = "IntegerHashSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 24;
   static const REALclassDefinition& definition() { return IntegerHashSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerHashSetIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerSetClass, IntegerSetIteratorClass;
+
 namespace {
 
 using Container = OrderedTree<IntegerKind::Held, NoValue, IntegerOrder>;
@@ -15,7 +17,6 @@ struct Class : SetClass<Container, Container> {
   using Key = IntegerKind;
   static constexpr const char* kName = "IntegerOrderedSetQZR";
   static constexpr const char* kIteratorName = "IntegerOrderedSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 40;
   static const REALclassDefinition& definition() { return IntegerSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerSetIteratorClass; }
 };

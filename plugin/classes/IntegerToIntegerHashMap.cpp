@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerToIntegerHashMapClass, IntegerToIntegerHashMapIteratorClass;
+
 namespace {
 
 using Container = HashTable<IntegerKind::Held, IntegerKind::Held, IntegerHashing>;
@@ -16,7 +18,6 @@ struct Class : MapClass<Container, Container> {
   using Value = IntegerKind;
   static constexpr const char* kName = "IntegerToIntegerHashMapQZR";
   static constexpr const char* kIteratorName = "IntegerToIntegerHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 32;
   static const REALclassDefinition& definition() { return IntegerToIntegerHashMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerToIntegerHashMapIteratorClass; }
 };

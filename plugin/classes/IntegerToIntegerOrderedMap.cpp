@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerToIntegerMapClass, IntegerToIntegerMapIteratorClass;
+
 namespace {
 
 using Container = OrderedTree<IntegerKind::Held, IntegerKind::Held, IntegerOrder>;
@@ -16,7 +18,6 @@ struct Class : MapClass<Container, Container> {
   using Value = IntegerKind;
   static constexpr const char* kName = "IntegerToIntegerOrderedMapQZR";
   static constexpr const char* kIteratorName = "IntegerToIntegerOrderedMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
   static const REALclassDefinition& definition() { return IntegerToIntegerMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerToIntegerMapIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerToStringHashMapClass, IntegerToStringHashMapIteratorClass;
+
 namespace {
 
 using Container = HashTable<IntegerKind::Held, StringKind::Held, IntegerHashing>;
@@ -16,7 +18,6 @@ struct Class : MapClass<Container, Container> {
   using Value = StringKind;
   static constexpr const char* kName = "IntegerToStringHashMapQZR";
   static constexpr const char* kIteratorName = "IntegerToStringHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 40;
   static const REALclassDefinition& definition() { return IntegerToStringHashMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerToStringHashMapIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerToVariantHashMapClass, IntegerToVariantHashMapIteratorClass;
+
 namespace {
 
 using Container = HashTable<IntegerKind::Held, VariantKind::Held, IntegerHashing>;
@@ -16,7 +18,6 @@ struct Class : MapClass<Container, Container> {
   using Value = VariantKind;
   static constexpr const char* kName = "IntegerToVariantHashMapQZR";
   static constexpr const char* kIteratorName = "IntegerToVariantHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 40;
   static const REALclassDefinition& definition() { return IntegerToVariantHashMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerToVariantHashMapIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition IntegerToVariantMapClass, IntegerToVariantMapIteratorClass;
+
 namespace {
 
 using Container = OrderedTree<IntegerKind::Held, VariantKind::Held, IntegerOrder>;
@@ -16,7 +18,6 @@ struct Class : MapClass<Container, Container> {
   using Value = VariantKind;
   static constexpr const char* kName = "IntegerToVariantOrderedMapQZR";
   static constexpr const char* kIteratorName = "IntegerToVariantOrderedMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 56;
   static const REALclassDefinition& definition() { return IntegerToVariantMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return IntegerToVariantMapIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition StringHashSetClass, StringHashSetIteratorClass;
+
 namespace {
 
 using Sensitive = HashTable<RBStringS, NoValue, RBStringHashS>;
@@ -16,7 +18,6 @@ struct Class : SetClass<Sensitive, Insensitive> {
   using Key = StringKind;
   static constexpr const char* kName = "StringHashSetQZR";
   static constexpr const char* kIteratorName = "StringHashSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 32;
   static const REALclassDefinition& definition() { return StringHashSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return StringHashSetIteratorClass; }
 };

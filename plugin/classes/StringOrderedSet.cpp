@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition StringSetClass, StringSetIteratorClass;
+
 namespace {
 
 using Sensitive = OrderedTree<RBStringS, NoValue, LTRBStringS>;
@@ -16,7 +18,6 @@ struct Class : SetClass<Sensitive, Insensitive> {
   using Key = StringKind;
   static constexpr const char* kName = "StringOrderedSetQZR";
   static constexpr const char* kIteratorName = "StringOrderedSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
   static const REALclassDefinition& definition() { return StringSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return StringSetIteratorClass; }
 };

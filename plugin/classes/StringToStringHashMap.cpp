@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition StringToStringHashMapClass, StringToStringHashMapIteratorClass;
+
 namespace {
 
 using Sensitive = HashTable<RBStringS, StringKind::Held, RBStringHashS>;
@@ -17,7 +19,6 @@ struct Class : MapClass<Sensitive, Insensitive> {
   using Value = StringKind;
   static constexpr const char* kName = "StringToStringHashMapQZR";
   static constexpr const char* kIteratorName = "StringToStringHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
   static const REALclassDefinition& definition() { return StringToStringHashMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return StringToStringHashMapIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition StringToVariantHashMapClass, StringToVariantHashMapIteratorClass;
+
 namespace {
 
 using Sensitive = HashTable<RBStringS, VariantKind::Held, RBStringHashS>;
@@ -17,7 +19,6 @@ struct Class : MapClass<Sensitive, Insensitive> {
   using Value = VariantKind;
   static constexpr const char* kName = "StringToVariantHashMapQZR";
   static constexpr const char* kIteratorName = "StringToVariantHashMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
   static const REALclassDefinition& definition() { return StringToVariantHashMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return StringToVariantHashMapIteratorClass; }
 };

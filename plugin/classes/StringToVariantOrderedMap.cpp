@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition StringToVariantMapClass, StringToVariantMapIteratorClass;
+
 namespace {
 
 using Sensitive = OrderedTree<RBStringS, VariantKind::Held, RBStringMapOrderS>;
@@ -17,7 +19,6 @@ struct Class : MapClass<Sensitive, Insensitive> {
   using Value = VariantKind;
   static constexpr const char* kName = "StringToVariantOrderedMapQZR";
   static constexpr const char* kIteratorName = "StringToVariantOrderedMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 64;
   static const REALclassDefinition& definition() { return StringToVariantMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return StringToVariantMapIteratorClass; }
 };

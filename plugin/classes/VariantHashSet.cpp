@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/iterator_functions.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/hash_table.h"
 
 namespace vornik {
+
+extern REALclassDefinition VariantHashSetClass, VariantHashSetIteratorClass;
+
 namespace {
 
 using Sensitive = HashTable<RBVariantS, NoValue, RBVariantHashS>;
@@ -16,7 +18,6 @@ struct Class : SetClass<Sensitive, Insensitive> {
   using Key = VariantKind;
   static constexpr const char* kName = "VariantHashSetQZR";
   static constexpr const char* kIteratorName = "VariantHashSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 32;
   static const REALclassDefinition& definition() { return VariantHashSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return VariantHashSetIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition VariantSetClass, VariantSetIteratorClass;
+
 namespace {
 
 using Sensitive = OrderedTree<RBVariantS, NoValue, LTRBVariantS>;
@@ -16,7 +18,6 @@ struct Class : SetClass<Sensitive, Insensitive> {
   using Key = VariantKind;
   static constexpr const char* kName = "VariantOrderedSetQZR";
   static constexpr const char* kIteratorName = "VariantOrderedSetIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 48;
   static const REALclassDefinition& definition() { return VariantSetClass; }
   static const REALclassDefinition& iteratorDefinition() { return VariantSetIteratorClass; }
 };

@@ -1,4 +1,3 @@
-#include "plugin/classes/class_list.h"
 #include "plugin/classes/class_tables.h"
 #include "plugin/containers/iterator_functions.h"
 #include "plugin/containers/kinds.h"
@@ -7,6 +6,9 @@
 #include "plugin/structures/ordered_tree.h"
 
 namespace vornik {
+
+extern REALclassDefinition VariantToVariantMapClass, VariantToVariantMapIteratorClass;
+
 namespace {
 
 using Sensitive = OrderedTree<RBVariantS, VariantKind::Held, RBVariantMapOrderS>;
@@ -17,7 +19,6 @@ struct Class : MapClass<Sensitive, Insensitive> {
   using Value = VariantKind;
   static constexpr const char* kName = "VariantToVariantOrderedMapQZR";
   static constexpr const char* kIteratorName = "VariantToVariantMapIteratorQZR";
-  static constexpr std::uint64_t kNodeBytes = 64;
   static const REALclassDefinition& definition() { return VariantToVariantMapClass; }
   static const REALclassDefinition& iteratorDefinition() { return VariantToVariantMapIteratorClass; }
 };

@@ -7,7 +7,6 @@
 //   kHasCaseChoice           whether each object chooses if its keys are case-sensitive
 //   kMissing                 message where an object holds no container
 //   kName, kIteratorName     the host's class names
-//   kNodeBytes               bytes that one entry counts for in MaxSize
 //   definition(), iteratorDefinition()
 //
 // The functions take the object first and then the declared parameters. They are registered behind the guard,
@@ -109,7 +108,7 @@ struct ContainerFunctions {
   }
   static std::int64_t GetMaxSize(REALobjectStruct* self, std::int64_t) {
     return withContainer(data(self), [](auto&) {
-      return static_cast<std::int64_t>(std::numeric_limits<std::uint64_t>::max() / Class::kNodeBytes);
+      return static_cast<std::int64_t>(std::numeric_limits<std::uint64_t>::max() / kEntryBytes);
     });
   }
 
@@ -206,7 +205,7 @@ struct ContainerFunctions {
       RaiseException("NilObjectException", Class::kMissing);
       return nullptr;
     }
-    OwnedObject iterator(REALnewInstance(Class::kIteratorName));
+    auto iterator = ObjectReference::adopt(REALnewInstance(Class::kIteratorName));
     if (!iterator) return nullptr;
     const bool placed = withContainer(data(self), [&](auto& container) {
       const void* address = &container;
@@ -219,6 +218,17 @@ struct ContainerFunctions {
   }
 
  private:
+  /// The bytes that one entry counts for in MaxSize: what scripts have been told ever since, whatever an entry takes
+  /// today.
+  static constexpr std::uint64_t kEntryBytes = [] {
+    constexpr bool kIsHashed = requires(typename Class::Sensitive container) {
+      container.bucketCount();
+    };
+    std::uint64_t bytes = (kIsHashed ? 16 : 32) + Class::Key::kBytes;
+    if constexpr (requires { typename Class::Value; }) bytes += Class::Value::kBytes;
+    return bytes;
+  }();
+
   /// The place of a handle that must lie in `container`; raises and answers nothing when it does not.
   template <typename Container>
   static std::optional<typename Container::Place> ownPlace(Container& container, PositionHandle handle) {

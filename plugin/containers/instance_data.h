@@ -3,12 +3,13 @@
 #define VORNIK_CONTAINERS_INSTANCE_DATA_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
 #include "plugin/containers/departing.h"
 #include "plugin/frame/errors.h"
-#include "plugin/frame/owned.h"
+#include "plugin/frame/reference.h"
 #include "plugin/structures/positions.h"
 
 namespace vornik {
@@ -21,6 +22,7 @@ struct MapContainerData {
   REALobjectStruct* keyArray;    ///< snapshot of the keys in iteration order, for index access
   REALobjectStruct* valueArray;  ///< the values in the same order; built and dropped together with the keys
   bool caseSensitive;            ///< the host reads this byte itself where a class has the property
+  std::uint32_t assignments;     ///< of values through the object, modulo 2^32; none changes a place
   Departing* husk;               ///< an emptied container, where the cache has outlived the containers
 };
 
@@ -92,7 +94,8 @@ class DroppedCache {
  public:
   template <typename Data>
   explicit DroppedCache(Data& data) noexcept
-      : keys_(std::exchange(data.keyArray, nullptr)), values_(takeValues(data)) {}
+      : keys_(ObjectReference::adopt(std::exchange(data.keyArray, nullptr))),
+        values_(ObjectReference::adopt(takeValues(data))) {}
 
  private:
   template <typename Data>
@@ -104,8 +107,8 @@ class DroppedCache {
     }
   }
 
-  OwnedObject keys_;
-  OwnedObject values_;
+  ObjectReference keys_;
+  ObjectReference values_;
 };
 
 }  // namespace vornik

@@ -49,7 +49,9 @@ struct IteratorFunctions {
   static void moveNext(REALobjectStruct* self) {
     withPosition(self, [](PositionHandle& cell, auto& container, auto place) {
       if (place == container.end()) return raiseAtEnd();
-      cell = container.handle(container.next(place));
+      const auto following = container.next(place);
+      cell = container.handle(following);
+      if constexpr (requires { container.fetchNext(following); }) container.fetchNext(following);
     });
   }
 

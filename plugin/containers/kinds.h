@@ -21,6 +21,7 @@ struct IntegerKind {
   using Held = std::int64_t;  ///< what an entry keeps as its value
   using Array = _REALarrayInteger;
   static constexpr std::int32_t kArrayType = kArrayOfIntegers;
+  static constexpr std::uint64_t kBytes = 8;  ///< in MaxSize
   static constexpr const auto& insertProc = REALInsertArrayValueInteger;
 
   static Held hold(Host value) { return value; }
@@ -40,6 +41,7 @@ template <typename Handle>
 struct ReferenceKind {
   using Host = Handle*;
   using Held = Reference<Handle>;
+  static constexpr std::uint64_t kBytes = 16;
 
   static Held hold(Host value) { return Held(value); }
   static Held adopt(Host value) { return Held::adopt(value); }
@@ -49,7 +51,7 @@ struct ReferenceKind {
     return held.get();
   }
   static Host share(Host value) {
-    if (value != nullptr) lock(value);
+    lock(value);
     return value;
   }
 };

@@ -43,9 +43,7 @@ struct MapFunctions : IndexFunctions<Class> {
       leaveWithoutContainer(data(self));
       if (!isInitialized(source)) return RaiseException("NilObjectException", "Other map not initialized");
     }
-    Containers copy = copyOf(source);
-    data(self).caseSensitive = source.caseSensitive;
-    const Containers old = replaceContainers(data(self), std::move(copy));
+    install(self, copyOf(source), source.caseSensitive);
   }
 
   static REALobjectStruct* cloneMap(REALobjectStruct* self) {
@@ -53,7 +51,7 @@ struct MapFunctions : IndexFunctions<Class> {
       RaiseException("NilObjectException", Class::kMissing);
       return nullptr;
     }
-    OwnedObject clone(REALnewInstance(Class::kName));
+    auto clone = ObjectReference::adopt(REALnewInstance(Class::kName));
     if (!clone) return nullptr;
     // Containers that the host's own construction of the object made die here.
     install(clone.get(), copyOf(data(self)), data(self).caseSensitive);
@@ -83,7 +81,7 @@ struct MapFunctions : IndexFunctions<Class> {
       return true;
     });
     if (!initialized) return nullptr;
-    OwnedObject result(REALnewInstance("Dictionary"));
+    auto result = ObjectReference::adopt(REALnewInstance("Dictionary"));
     if (!result) return nullptr;
     auto* dictionary = reinterpret_cast<_REALdictionary*>(result.get());
     const DictionaryConversion conversion;
@@ -111,6 +109,7 @@ struct MapFunctions : IndexFunctions<Class> {
   static void setvalue(REALobjectStruct* self, Key key, Value value) {
     Base::changeContainer(self, [&](auto& container) {
       auto held = Class::Value::hold(value);
+      ++data(self).assignments;
       // Leaves with the old value, which dies when the entry already has the new one.
       std::swap(container.value(container.findOrInsert(probe(container, key))), held);
     });
@@ -145,30 +144,19 @@ struct MapFunctions : IndexFunctions<Class> {
   // ---- Access by index and export
 
   static Value ValueAtIndex(REALobjectStruct* self, std::int64_t index) {
-    Base::BuildArrays(self);
-    if (REALobjectStruct* values = data(self).valueArray) {
-      return Base::template elementAt<typename Class::Value>(values, index);
-    }
-    return Base::entryAt(self, index, [](auto& container, auto place) {
-      return Class::Value::share(Class::Value::lend(container.value(place)));
-    });
+    return Base::template atIndex<ValueSide>(self, index);
   }
 
   static REALobjectStruct* rbGetValues(REALobjectStruct* self) {
-    Base::BuildArrays(self);
-    return Base::handOutArray(data(self).valueArray);
+    return Base::template exported<ValueSide>(self);
   }
 
   static void rbGetKeys2(REALobjectStruct* self, REALobjectStruct* targetArray) {
-    Base::template insertInto<typename Class::Key>(self, targetArray, [](auto& container, auto place) {
-      return Class::Key::lend(container.key(place));
-    });
+    Base::template insertInto<KeySide>(self, targetArray);
   }
 
   static void rbGetValues2(REALobjectStruct* self, REALobjectStruct* targetArray) {
-    Base::template insertInto<typename Class::Value>(self, targetArray, [](auto& container, auto place) {
-      return Class::Value::lend(container.value(place));
-    });
+    Base::template insertInto<ValueSide>(self, targetArray);
   }
 
  private:
@@ -177,6 +165,8 @@ struct MapFunctions : IndexFunctions<Class> {
   using Base::isInitialized;
   using Base::probe;
   using Base::withContainer;
+  using typename Base::KeySide;
+  using typename Base::ValueSide;
 
   /// Lets the containers die, but for a husk of one where it is needed for the cache to go by.
   static void leaveWithoutContainer(Data& d) {

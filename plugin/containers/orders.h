@@ -7,7 +7,7 @@
 
 #include "plugin/containers/text_order.h"
 #include "plugin/containers/variant_order.h"
-#include "plugin/structures/tree_nodes.h"
+#include "plugin/structures/tree_routes.h"
 #include "plugin/structures/tree_search.h"
 
 namespace vornik {

@@ -1,5 +1,5 @@
-// What the orders of String keys and of Variant keys that hold text have in common, and the order of String
-// keys.
+// What the orders of String keys and of Variant keys that hold text have in common, and the order of
+// String keys.
 #ifndef VORNIK_CONTAINERS_TEXT_ORDER_H
 #define VORNIK_CONTAINERS_TEXT_ORDER_H
 
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "plugin/structures/tree_nodes.h"
+#include "plugin/structures/tree_routes.h"
 #include "plugin/structures/tree_search.h"
 #include "plugin/values/string_keys.h"
 #include "plugin/values/text_heads.h"
@@ -19,19 +19,19 @@ enum class Direction { kAscending, kDescending };
 
 /// A number as nodes keep it, in which what comes first in the container is the smaller. Its own reverse.
 template <Direction kDirection>
-constexpr std::uint64_t directed(std::uint64_t number) {
+constexpr std::uint64_t directedNumber(std::uint64_t number) {
   return kDirection == Direction::kAscending ? number : ~number;
 }
 
 /// How an entry stands to a probe in a container: negative where it comes before. compare(x, y) is the
 /// three-way comparison of what they hold; it is asked as an order of that direction asks.
 template <Direction kDirection, typename Entry, typename Probe, typename Compare>
-std::int64_t directed(const Entry& entry, const Probe& probe, Compare compare) {
+std::int64_t compareDirected(const Entry& entry, const Probe& probe, Compare compare) {
   return kDirection == Direction::kAscending ? compare(entry, probe) : compare(probe, entry);
 }
 
-/// Search among the numbers of a node that are in order; compareText(i) settles a tie that the numbers leave
-/// open.
+/// Search among the numbers of a node that are in order; compareText(i) settles a tie that the numbers
+/// leave open.
 template <Bound kBound, Direction kDirection, typename CompareText>
 Found searchNumbers(const std::uint64_t* numbers, unsigned capacity, unsigned count, std::uint64_t number,
                     bool tiesAreOpen, CompareText compareText) {
@@ -43,22 +43,21 @@ Found searchNumbers(const std::uint64_t* numbers, unsigned capacity, unsigned co
   return bisect<kBound>(first, last, compareText);
 }
 
-/// Lengthens the prefix of a node's texts where some of them are not told apart by their heads. textOf(i)
-/// reads a text anew, which may ask the host; one that is not what it was when it went in leaves everything
-/// as it is. At most two passes over the texts of a node.
-template <Direction kDirection, typename TextOf>
+/// Lengthens the prefix of a node's texts, of which there are at most kMost, where some of them are not told
+/// apart by their heads. textOf(i) reads a text anew, which may ask the host; one that is not what it was
+/// when it went in leaves everything as it is. At most two passes over the texts of a node.
+template <Direction kDirection, unsigned kMost, typename TextOf>
 void tightenHeads(TextPrefix& prefix, std::uint64_t* numbers, unsigned count, TextOf textOf) {
   if (std::adjacent_find(numbers, numbers + count) == numbers + count) return;
   const TextHead differing = numbers[0] ^ numbers[count - 1];
   if (differing >> 56 != 0) return;
-  constexpr unsigned kMost = 64;
   std::uint64_t fresh[kMost];
   TextPrefix longer;
-  for (unsigned i = count;
-       i-- > 0;) {  // the last gives the prefix; the first, which is read last, what of it is common
+  // The last gives the prefix; the first, which is read last, what of it is common.
+  for (unsigned i = count; i-- > 0;) {
     const auto operand = textOf(i);
     const std::string_view text = operand.keyText();
-    if (text.size() < prefix.length || directed<kDirection>(headOf(text, prefix.length)) != numbers[i])
+    if (text.size() < prefix.length || directedNumber<kDirection>(headOf(text, prefix.length)) != numbers[i])
       return;
     if (i == count - 1) {
       const auto other = textOf(0);
@@ -67,7 +66,7 @@ void tightenHeads(TextPrefix& prefix, std::uint64_t* numbers, unsigned count, Te
       if (longer.length <= prefix.length) return;
     }
     if (!text.starts_with(longer.text())) return;
-    fresh[i] = directed<kDirection>(headOf(text, longer.length));
+    fresh[i] = directedNumber<kDirection>(headOf(text, longer.length));
   }
   if (!std::is_sorted(fresh, fresh + count)) return;
   std::copy_n(fresh, count, numbers);
@@ -98,9 +97,9 @@ struct StringOrder {
   static Found search(const Routes<StringOrder>& routes, unsigned capacity, unsigned count,
                       const Probe& probe) {
     const auto compareText = [&](unsigned i) {
-      return directed<kDirection>(Probe(routes.details[i].string), probe, [](const Probe& a, const Probe& b) {
-        return kHasHeads ? CompareS(a, b) : CompareI(a, b);
-      });
+      return compareDirected<kDirection>(
+          Probe(routes.details[i].string), probe,
+          [](const Probe& a, const Probe& b) { return kHasHeads ? CompareS(a, b) : CompareI(a, b); });
     };
     if constexpr (kHasHeads) {
       // A lone key under the same handle is found before anybody asks for its text.
@@ -110,8 +109,8 @@ struct StringOrder {
       const int beyond = text.compare(0, routes.shared->length, routes.shared->text());
       if (beyond != 0) return {(beyond > 0) == (kDirection == Direction::kAscending) ? count : 0, false};
       const TextHead head = headOf(text, routes.shared->length);
-      return searchNumbers<kBound, kDirection>(routes.numbers, capacity, count, directed<kDirection>(head),
-                                               !reachesEnd(head), compareText);
+      return searchNumbers<kBound, kDirection>(
+          routes.numbers, capacity, count, directedNumber<kDirection>(head), !reachesEnd(head), compareText);
     } else {
       return bisect<kBound>(0, count, compareText);
     }
@@ -130,26 +129,27 @@ struct StringOrder {
   // ---- Heads and the prefix before them
 
   static Number number(const Probe& probe, const Shared& shared) {
-    return directed<kDirection>(headOf(probe.keyText(), shared.length));
+    return directedNumber<kDirection>(headOf(probe.keyText(), shared.length));
   }
   static Shared shared(const Probe& probe) { return Shared(probe.keyText()); }
   static bool shares(const Shared& shared, const Probe& probe) {
     return probe.keyText().starts_with(shared.text());
   }
-  static Shared common(Shared shared, const Probe& probe) {
+  static Shared narrowed(Shared shared, const Probe& probe) {
     shared.shorten(commonLength(shared.text(), probe.keyText()));
     return shared;
   }
-  static Shared common(Shared a, const Shared& b) {
+  static Shared narrowed(Shared a, const Shared& b) {
     a.shorten(commonLength(a.text(), b.text()));
     return a;
   }
   static Number translate(Number number, Detail, const Shared& from, const Shared& to) {
-    return directed<kDirection>(headBehindShorter(directed<kDirection>(number), from, to.length));
+    return directedNumber<kDirection>(headBehindShorter(directedNumber<kDirection>(number), from, to.length));
   }
+  template <unsigned kMost>
   static void tighten(const Routes<StringOrder>& routes, unsigned count) {
-    tightenHeads<kDirection>(*routes.shared, routes.numbers, count,
-                             [&](unsigned i) { return Probe(routes.details[i].string); });
+    tightenHeads<kDirection, kMost>(*routes.shared, routes.numbers, count,
+                                    [&](unsigned i) { return Probe(routes.details[i].string); });
   }
 };
 

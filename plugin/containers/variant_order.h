@@ -76,7 +76,7 @@ struct VariantOrder {
   // ---- Numbers, and what they are relative to
 
   static Number number(const Probe& probe, const Shared& shared) {
-    return directed<kDirection>(ascendingNumber(probe, shared.prefix.length));
+    return directedNumber<kDirection>(ascendingNumber(probe, shared.prefix.length));
   }
   static Shared shared(const Probe& probe) {
     Shared own;
@@ -88,23 +88,24 @@ struct VariantOrder {
     return (shared.type == kMixed || shared.type == uniformType(probe)) &&
            (shared.prefix.length == 0 || probe.text().keyText().starts_with(shared.prefix.text()));
   }
-  static Shared common(Shared shared, const Probe& probe) {
-    return common(std::move(shared), VariantOrder::shared(probe));
+  static Shared narrowed(Shared shared, const Probe& probe) {
+    return narrowed(std::move(shared), VariantOrder::shared(probe));
   }
-  static Shared common(Shared a, const Shared& b) {
+  static Shared narrowed(Shared a, const Shared& b) {
     if (a.type != b.type) a.type = kMixed;
     a.prefix.shorten(a.type == kMixed ? 0 : commonLength(a.prefix.text(), b.prefix.text()));
     return a;
   }
   static Number translate(Number number, Detail detail, const Shared& from, const Shared& to) {
     if (!hasHead(detail.type)) return number;
-    return directed<kDirection>(
-        headBehindShorter(directed<kDirection>(number), from.prefix, to.prefix.length));
+    return directedNumber<kDirection>(
+        headBehindShorter(directedNumber<kDirection>(number), from.prefix, to.prefix.length));
   }
+  template <unsigned kMost>
   static void tighten(const Routes<VariantOrder>& routes, unsigned count) {
     if (!hasHead(routes.shared->type)) return;
-    tightenHeads<kDirection>(routes.shared->prefix, routes.numbers, count,
-                             [&](unsigned i) { return VariantText(routes.details[i].variant); });
+    tightenHeads<kDirection, kMost>(routes.shared->prefix, routes.numbers, count,
+                                    [&](unsigned i) { return VariantText(routes.details[i].variant); });
   }
 
  private:
@@ -135,8 +136,8 @@ struct VariantOrder {
     return type == kVariantSingle || type == kVariantDouble || type == kVariantCurrency;
   }
   static Number fromSigned(std::int64_t value) { return static_cast<Number>(value) ^ kSign; }
-  /// The bits of positive numbers ascend with them, those of negative ones descend. Both zeros are the same
-  /// number.
+  /// The bits of positive numbers ascend with them, those of negative ones descend. Both zeros are the
+  /// same number.
   static Number fromDouble(double value) {
     const auto bits = std::bit_cast<Number>(value == 0 ? 0.0 : value);
     return (bits & kSign) != 0 ? ~bits : bits | kSign;
@@ -174,10 +175,10 @@ struct VariantOrder {
 
   static std::int64_t compareText(const Routes<VariantOrder>& routes, unsigned i, const Probe& probe) {
     const VariantText entry(routes.details[i].variant);
-    return directed<kDirection>(entry.operand, probe.text(),
-                                [](const StringOperand& a, const StringOperand& b) {
-                                  return kHasHeads ? CompareS(a, b) : CompareI(a, b);
-                                });
+    return compareDirected<kDirection>(entry.operand, probe.text(),
+                                       [](const StringOperand& a, const StringOperand& b) {
+                                         return kHasHeads ? CompareS(a, b) : CompareI(a, b);
+                                       });
   }
 
   /// By the rules for any two variants. Where both have the same type only the probe is asked for its value.
@@ -185,11 +186,12 @@ struct VariantOrder {
     const Detail& entry = routes.details[i];
     if (entry.variant == probe.variant()) return 0;
     if (entry.variant == nullptr || probe.variant() == nullptr || entry.type != probe.type()) {
-      return directed<kDirection>(address(entry.variant), address(probe.variant()), [](auto a, auto b) {
-        return static_cast<std::int64_t>(a - b);  // Nil is address 0, and before all others
-      });
+      return compareDirected<kDirection>(
+          address(entry.variant), address(probe.variant()), [](auto a, auto b) {
+            return static_cast<std::int64_t>(a - b);  // Nil is address 0, and before all others
+          });
     }
-    const Number mine = directed<kDirection>(routes.numbers[i]);
+    const Number mine = directedNumber<kDirection>(routes.numbers[i]);
     const Number others = ascendingNumber(probe, 0);
     if (isFloating(entry.type) && (std::isnan(doubleFrom(mine)) || std::isnan(doubleFrom(others)))) return 0;
     if (mine != others) return (mine < others) == (kDirection == Direction::kAscending) ? -1 : 1;

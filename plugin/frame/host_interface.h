@@ -143,6 +143,21 @@ enum ArrayElementType : std::int32_t {
   kArrayOfIntegers = 11,
 };
 
+/// What host variants hold. An unsigned integer has the code of the signed one.
+enum VariantType : std::int64_t {
+  kVariantNil = 0,
+  kVariantInt32 = 2,
+  kVariantInt64 = 3,
+  kVariantSingle = 4,
+  kVariantDouble = 5,
+  kVariantCurrency = 6,
+  kVariantString = 8,
+  kVariantObject = 9,
+  kVariantBoolean = 11,
+  kVariantColor = 16,
+  kVariantText = 37,
+};
+
 /// Version that the definition records are compiled with.
 inline constexpr std::int32_t kCurrentREALControlVersion = 15;
 

@@ -1,6 +1,11 @@
 // Every host service that the library uses, named once: wrapper, the host's name for it, result and
 // arguments.
 //
+// Script code: creating objects and arrays, the element procedures of arrays, the methods of dictionaries,
+// and giving back a reference to an object can run some, and it may do anything with the very object that is
+// at work. So containers, places in them and what was borrowed from them are fetched anew after such a call.
+// An element procedure has taken what it was given by the time it runs any.
+//
 // Ownership: where nothing else is said, arguments are borrowed for the call and results that are host
 // handles carry one reference for the caller.
 #ifndef VORNIK_FRAME_HOST_SERVICES_H

@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "plugin/frame/system_log.h"
+#include "plugin/frame/utf8.h"
 
 extern "C" {
 
@@ -21,33 +23,15 @@ void objc_autoreleasePoolPop(void* pool);
 namespace vornik {
 namespace {
 
-/// The number of bytes of the UTF-8 character that NUL-terminated `text` begins with; 0 when it begins with
-/// none.
-std::size_t characterLength(const std::uint8_t* text) {
-  const auto continues = [text](int index, std::uint8_t least = 0x80, std::uint8_t greatest = 0xBF) {
-    return text[index] >= least && text[index] <= greatest;
-  };
-  const std::uint8_t lead = text[0];
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  if (lead < 0xE0) return continues(1) ? 2 : 0;
-  if (lead < 0xF0) {
-    // Neither longer than need be nor a surrogate.
-    const bool legal = continues(1, lead == 0xE0 ? 0xA0 : 0x80, lead == 0xED ? 0x9F : 0xBF);
-    return legal && continues(2) ? 3 : 0;
-  }
-  const bool legal = continues(1, lead == 0xF0 ? 0x90 : 0x80, lead == 0xF4 ? 0x8F : 0xBF);
-  return legal && continues(2) && continues(3) ? 4 : 0;
-}
-
 /// `text` as UTF-8 whatever bytes are in it: one that belongs to no character becomes "\xE9".
 struct Readable {
   explicit Readable(const char* source) noexcept {
     const auto* text = reinterpret_cast<const std::uint8_t*>(source);
-    while (*text != 0 && count + kEscapeLength <= sizeof bytes) {
-      if (const std::size_t length = characterLength(text); length > 0) {
+    const std::uint8_t* const end = text + std::strlen(source);
+    while (text != end && count + kEscapeLength <= sizeof bytes) {
+      if (const std::int64_t length = utf8CharacterLength(text, end - text); length > 0) {
         std::copy_n(text, length, bytes + count);
-        count += length;
+        count += static_cast<std::size_t>(length);
         text += length;
       } else {
         const auto digit = [](int value) { return static_cast<std::uint8_t>("0123456789ABCDEF"[value]); };

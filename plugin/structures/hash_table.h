@@ -22,37 +22,17 @@
 #include <utility>
 #include <vector>
 
+#include "plugin/structures/anchors.h"
 #include "plugin/structures/bucket_count.h"
+#include "plugin/structures/hashing_policy.h"
 #include "plugin/structures/node_chain.h"
 #include "plugin/structures/positions.h"
+#include "plugin/structures/table_room.h"
 
 namespace vornik {
 
-/// Where a table changes its ways.
-struct ShippedHashTableSizes {
-  /// Links have 31 bits, and node 0 is no element's. One element more is a failed allocation.
-  static constexpr std::uint64_t kMostElements = (std::uint64_t{1} << 31) - 2;
-  /// From here on elements move into the order of the chain when the table grows: walks, copies and the next
-  /// growth then run through memory. Below, everything is in the cache anyway.
-  static constexpr std::uint64_t kMovedFrom = 4096;
-  /// Below, there is room for all elements that the buckets are good for; from here on for fewer, because
-  /// half of a large table would be much memory to keep for elements that may never come.
-  static constexpr std::uint64_t kSparingFrom = 65536;
-};
-
-/// Every way within the reach of a few elements, for tests that run at random.
-struct TinyHashTableSizes : ShippedHashTableSizes {
-  static constexpr std::uint64_t kMovedFrom = 10;
-  static constexpr std::uint64_t kSparingFrom = 20;
-};
-
-#ifdef VORNIK_TINY
-using HashTableSizes = TinyHashTableSizes;
-#else
-using HashTableSizes = ShippedHashTableSizes;
-#endif
-
-/// Key and Value are what elements hold. Hashing answers hash(key) for keys and probes and equal(key, probe).
+/// Hashing says how keys are searched for and kept (hashing_policy.h); Key is what of one leaves the table with
+/// its element, and Value what else an element holds.
 ///
 /// Destroying keys and values can run host code, and host code can come back to this very container. Whatever
 /// takes elements out therefore hands them to the caller, who lets them die once the container is whole
@@ -60,6 +40,9 @@ using HashTableSizes = ShippedHashTableSizes;
 /// is constant time on average.
 template <typename Key, typename Value, typename Hashing, typename Sizes = HashTableSizes>
 class HashTable {
+  static_assert(HashingPolicyOf<Hashing, Key>);
+  using Probe = typename Hashing::Probe;
+  using Stored = typename Hashing::Stored;
   struct Element;
   using Chain = NodeChain<Element>;
 
@@ -96,12 +79,12 @@ class HashTable {
   Place begin() const { return chain_.first(); }
   Place end() const { return 0; }
 
-  const Key& key(Place place) const { return chain_[place].key; }
+  /// The key as callers see it, borrowed.
+  auto key(Place place) const { return Hashing::lend(chain_[place].key); }
   Value& value(Place place) { return chain_[place].value; }
   Place next(Place place) const { return chain_.next(place); }
 
   /// The key's element, or the end.
-  template <typename Probe>
   Place find(const Probe& key) const {
     if (bucketCount() == 0) return end();
     const std::uint64_t hash = Hashing::hash(key);
@@ -109,13 +92,12 @@ class HashTable {
   }
 
   /// The key's element; a new one with an empty value where there is none. Amortised constant.
-  template <typename Probe>
   Place findOrInsert(const Probe& key) {
     const std::uint64_t hash = Hashing::hash(key);
-    if (bucketCount() != 0) {
-      if (const Place found = findIn(count_.bucketOf(hash), hash, key)) return found;
-    }
-    return insert(hash, key);
+    if (bucketCount() == 0) return insert(0, hash, key);
+    const std::uint64_t bucket = count_.bucketOf(hash);
+    const Place found = findIn(bucket, hash, key);
+    return found != end() ? found : insert(bucket, hash, key);
   }
 
   /// Inserts all elements of `other` into this new table in the order of its chain. What is in the table when
@@ -130,21 +112,21 @@ class HashTable {
       // As many as the buckets are good for, or a single one: single precision can ask for more.
       const std::uint64_t stage =
           std::min<std::uint64_t>(other.size_, std::max<std::uint64_t>(bucketCount(), size_ + 1)) - size_;
-      if (chain_.capacity() < size_ + stage) chain_.enlarge(roomFor(other.size_, bucketCount()));
+      if (chain_.capacity() < size_ + stage) chain_.enlarge(room(other.size_, bucketCount()));
       place = forEachWithBucket(other.chain_, place, stage, [&](Place original, std::uint64_t bucket) {
-        link(chain_.construct(other.chain_[original]), bucket);
+        link(chain_.construct(Element(other.chain_[original])), bucket);
       });
       size_ += stage;
-      change_ = ++lastChange;
+      change_ = newChangeStamp();
     }
   }
 
   /// Takes out one element.
   [[nodiscard]] Removed extract(Place place) {
-    forget(place);
+    anchors_.forget(place);
     unlink(place);
     Element& element = chain_[place];
-    Removed removed{std::move(element.key), std::move(element.value)};
+    Removed removed{Hashing::release(std::move(element.key)), std::move(element.value)};
     chain_.destroy(place);
     return removed;
   }
@@ -187,18 +169,18 @@ class HashTable {
 
   /// Takes out everything. The bucket count and the end position stay what they were. Linear.
   [[nodiscard]] RemovedAll extractAll() noexcept {
-    forgetEntryPositions();
+    anchors_.forgetAll();
     if (size_ != 0) std::fill_n(buckets_.get(), bucketCount(), Place{0});
     size_ = 0;
-    change_ = ++lastChange;
-    Anchors().swap(anchors_);
+    change_ = newChangeStamp();
+    anchors_.release();
     return RemovedAll(std::exchange(chain_, Chain()));
   }
 
   /// Makes every position of this container stale, that of its end included. Linear.
   void forgetPositions() noexcept {
     end_.release();
-    forgetEntryPositions();
+    anchors_.forgetAll();
   }
 
   /// Whether MoveNext leads from `first` to `last`. Linear in the distance between them, or to the end.
@@ -211,13 +193,17 @@ class HashTable {
   /// The handle of a place in this container; may throw std::bad_alloc. Amortised constant: the first handle
   /// makes anchors for all elements there is room for.
   PositionHandle handle(Place place) {
-    if (place == end()) return end_.handle(this);
-    SlotNumber& anchor = anchorOf(place);
-    if (anchor == 0) {
-      anchor = Positions::take(this, {}, place);
-      ++positioned_;
-    }
-    return Positions::handle(anchor);
+    return place != end() ? anchors_.handle(this, place, chain_.capacity()) : end_.handle(this);
+  }
+
+  /// For a walk that has come to this place: has what it needs of the next one on its way to the cache, since
+  /// neighbours on the chain of a large table lie anywhere in memory.
+  void fetchNext(Place place) const {
+    if (place == end() || size_ < Sizes::kMovedFrom) return;
+    const Place following = next(place);
+    if (following == end()) return;
+    chain_.fetch(following);
+    anchors_.fetch(following);
   }
 
   static Located locate(PositionHandle handle) noexcept {
@@ -229,47 +215,20 @@ class HashTable {
   static constexpr bool kElementsRunHostCode =
       !std::is_trivially_destructible_v<Key> || !std::is_trivially_destructible_v<Value>;
 
-  struct NoHash {};
-  struct StoredHash {
-    std::uint32_t hash;
-  };
-  // Integers are their own hash. All other hashes have 32 bits.
-  using HashField = std::conditional_t<Hashing::kKeyIsHash, NoHash, StoredHash>;
-
-  struct Element : HashField {
-    template <typename Probe>
-    Element(HashField field, const Probe& probe) : HashField(field), key(probe) {}
-    Key key;
+  struct Element {
+    explicit Element(Stored&& stored) noexcept : key(std::move(stored)) {}
+    Stored key;
     [[no_unique_address]] Value value{};
   };
 
-  static std::uint64_t hashOf(const Element& element) {
-    if constexpr (Hashing::kKeyIsHash) {
-      return Hashing::hash(element.key);
-    } else {
-      return element.hash;
-    }
-  }
-  static HashField hashField(std::uint64_t hash) {
-    if constexpr (Hashing::kKeyIsHash) {
-      return {};
-    } else {
-      return {static_cast<std::uint32_t>(hash)};
-    }
-  }
-
+  static std::uint64_t hashOf(const Element& element) { return Hashing::hash(element.key); }
   std::uint64_t bucketOf(const Element& element) const { return count_.bucketOf(hashOf(element)); }
 
   /// Compares hashes first, so that keys are compared only where hashes are equal.
-  template <typename Probe>
   static bool matches(const Element& element, std::uint64_t hash, const Probe& key) {
-    if constexpr (!Hashing::kKeyIsHash) {
-      if (element.hash != hash) return false;
-    }
-    return Hashing::equal(element.key, key);
+    return hashOf(element) == hash && Hashing::equal(element.key, key);
   }
 
-  template <typename Probe>
   Place findIn(std::uint64_t bucket, std::uint64_t hash, const Probe& key) const {
     Place place = buckets_[bucket];
     if (place == 0 || matches(chain_[place], hash, key)) return place;
@@ -280,16 +239,19 @@ class HashTable {
     return 0;
   }
 
-  /// Adds an element whose key is absent.
-  template <typename Probe>
-  Place insert(std::uint64_t hash, const Probe& key) {
-    // Everything that can fail comes before anything that changes.
-    if (mustGrow(size_ + 1, bucketCount())) grow(0);
-    if (chain_.isFull()) chain_.enlarge(roomFor(0, bucketCount()));
-    const Place place = chain_.construct(hashField(hash), key);
-    link(place, count_.bucketOf(hash));
+  /// Adds an element whose key is absent, in the bucket that is the hash's before the table grows.
+  Place insert(std::uint64_t bucket, std::uint64_t hash, const Probe& key) {
+    // Everything that can fail or ask the host comes before anything that changes.
+    Stored stored = Hashing::hold(hash, key);
+    if (mustGrow(size_ + 1, bucketCount())) {
+      grow(0);
+      bucket = count_.bucketOf(hash);
+    }
+    if (chain_.isFull()) chain_.enlarge(room(0, bucketCount()));
+    const Place place = chain_.construct(std::move(stored));
+    link(place, bucket);
     ++size_;
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
     return place;
   }
 
@@ -309,32 +271,23 @@ class HashTable {
     }
     chain_.unlink(place);
     --size_;
-    change_ = ++lastChange;
+    change_ = newChangeStamp();
   }
 
   // ---- Growth
 
-  /// For how many elements to make room when one more needs it: all that are `expected`, or some to spare,
-  /// but no more than the buckets are good for, and one, which makes a full table's growth independent of a
-  /// second room. std::bad_alloc at the limit.
-  NodeIndex roomFor(std::uint64_t expected, std::uint64_t bucketCount) const {
-    const std::uint64_t needed = size_ + 1;
-    if (needed > Sizes::kMostElements) throw std::bad_alloc();
-    const std::uint64_t most = std::min(std::max(needed, bucketCount + 1), Sizes::kMostElements);
-    if (needed < Sizes::kSparingFrom) return static_cast<NodeIndex>(most);
-    // A sixth is spare at first, and more as the buckets fill: with 24 bytes a node and 4 a bucket, an entry
-    // of two Integers takes 36 at most.
-    const std::uint64_t spare = std::max(needed / 6, needed / 2 - std::min(needed / 2, bucketCount / 6));
-    return static_cast<NodeIndex>(std::min(std::max(expected, needed + spare), most));
+  /// For how many elements to make room when one more needs it and so many are expected, or 0.
+  NodeIndex room(std::uint64_t expected, std::uint64_t bucketCount) const {
+    return roomFor<Sizes>(size_ + 1, expected, bucketCount);
   }
 
   /// Regroups the chain into more buckets, and makes room for one element at least. Linear.
   void grow(std::uint64_t expected) {
     const BucketCount count(grownBucketCount(size_ + 1, bucketCount()));
     auto buckets = std::make_unique<Place[]>(count.value());
-    const NodeIndex room = roomFor(expected, count.value());
-    const bool moved = size_ >= Sizes::kMovedFrom && moveInOrder(room);
-    if (!moved && chain_.isFull()) chain_.enlarge(room);
+    const NodeIndex capacity = room(expected, count.value());
+    const bool moved = size_ >= Sizes::kMovedFrom && moveInOrder(capacity);
+    if (!moved && chain_.isFull()) chain_.enlarge(capacity);
     count_ = count;
     buckets_ = std::move(buckets);
     regroup();
@@ -342,15 +295,11 @@ class HashTable {
 
   /// Moves the elements to new memory in the order of the chain. Where there is no such memory, they stay: it
   /// is a matter of speed only.
-  bool moveInOrder(NodeIndex room) noexcept try {
-    Chain fresh(room);
-    Anchors anchors(positioned_ != 0 ? std::size_t{room} + 1 : 0);
-    chain_.moveInOrder(std::move(fresh), [&](Place from, Place to) {
-      if (from >= anchors_.size() || anchors_[from] == 0) return;
-      anchors[to] = anchors_[from];
-      Positions::move(anchors[to], {}, to);
-    });
-    anchors_.swap(anchors);
+  bool moveInOrder(NodeIndex capacity) noexcept try {
+    Chain fresh(capacity);
+    auto anchors = anchors_.forMove(capacity);
+    chain_.moveInOrder(std::move(fresh), [&](Place from, Place to) { anchors_.move(from, anchors, to); });
+    anchors_ = std::move(anchors);
     return true;
   } catch (const std::bad_alloc&) {
     return false;
@@ -411,37 +360,11 @@ class HashTable {
     return place;
   }
 
-  // ---- Positions
-
-  using Anchors = std::vector<SlotNumber>;
-
-  /// Where the element keeps the slot of its position, or 0.
-  SlotNumber& anchorOf(Place place) {
-    if (place >= anchors_.size()) {
-      const std::size_t count = std::size_t{chain_.capacity()} + 1;
-      anchors_.reserve(count);  // and no more
-      anchors_.resize(count);
-    }
-    return anchors_[place];
-  }
-
-  /// Makes the element's position stale, if it has one.
-  void forget(Place place) noexcept {
-    if (positioned_ == 0 || place >= anchors_.size() || anchors_[place] == 0) return;
-    Positions::free(std::exchange(anchors_[place], 0));
-    --positioned_;
-  }
-
-  void forgetEntryPositions() noexcept {
-    for (Place place = 1; positioned_ != 0; ++place) forget(place);
-  }
-
   std::unique_ptr<Place[]> buckets_;  // the first element of each one's run, or 0
   BucketCount count_;
   Chain chain_;
   std::size_t size_ = 0;
-  std::size_t positioned_ = 0;  // anchors that are not 0
-  Anchors anchors_;             // of the first elements in memory, up to any number; the others have none
+  Anchors<Positions> anchors_;
   ChangeStamp change_ = 0;
   EndPosition<Positions> end_;
 };

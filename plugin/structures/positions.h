@@ -5,8 +5,12 @@
 // process-wide table per container type, and the generation that the slot had when the handle was made. The
 // slot knows the place. An entry gets a slot when the first iterator reaches it and shares it with all later
 // ones; when the entry goes, the slot is freed and its generation raised, so that every handle to it is
-// recognised as stale for ever. Slots lie in blocks, and a block that no entry uses gives its memory back:
-// what positions cost is bounded by the entries and containers that have one.
+// recognised as stale for ever.
+//
+// So iterators cost nothing beyond the slots of the entries and containers that have one. Slots lie in blocks
+// of 256. A block that no entry uses gives its memory back, but for a spare one; a single slot in use keeps it
+// whole. Its record, 24 bytes, stays for ever, as old handles must stay stale. What positions cost is thus
+// bounded by the most slots that were ever in use together, and goes down only by blocks.
 //
 // The tables are shared by all containers of a type and take no lock: containers belong on one thread.
 #ifndef VORNIK_STRUCTURES_POSITIONS_H
@@ -108,7 +112,7 @@ class PositionTable {
   static constexpr std::uint32_t kMaximumBlocks = std::numeric_limits<SlotNumber>::max() / kBlockSize;
   static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
-  /// Stays when its slots give their memory back, so that old handles stay stale.
+  /// Stays when its slots give their memory back, and knows what generation they must begin with again.
   struct Block {
     Slot* slots = nullptr;
     std::uint32_t inUse = 0;       ///< slots, retired ones included
@@ -116,6 +120,8 @@ class PositionTable {
     std::uint32_t firstFree = kNone;
     std::uint32_t nextWithFree = kNone;  ///< of the blocks that have a free slot
   };
+
+  static_assert(sizeof(Block) == 24);
 
   static Slot& slotOf(SlotNumber number) noexcept {
     return blocks_[(number - 1) / kBlockSize].slots[(number - 1) % kBlockSize];
@@ -187,7 +193,10 @@ class EndPosition {
 /// Whoever calls host code in the middle of a walk compares: while the container is still there with the same
 /// stamp, places are what they were.
 using ChangeStamp = std::uint64_t;
-inline constinit ChangeStamp lastChange = 0;
+inline ChangeStamp newChangeStamp() noexcept {
+  static constinit ChangeStamp last = 0;
+  return ++last;
+}
 
 }  // namespace vornik
 

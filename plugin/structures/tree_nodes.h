@@ -1,29 +1,21 @@
 // The nodes of the ordered tree and what can be done to one of them.
 //
 // A leaf holds entries, an inner node children and, between them, separators: separator i is a borrowed copy
-// of the greatest route below child i. What a search compares lies in arrays of its own, apart from the
-// values:
-//
-//   number   compared first and, where numbers differ, alone; ascending in the container's order
-//   detail   what else belongs to the key: a handle that a tie asks, a type. In a leaf it owns the key's
-//   reference.
-//
-// together they are a key's route. Either may be of an empty type, and then takes no room. What all keys of a
-// node have in common (the text that all of them begin with) is kept once, in the node's `shared`, and the
-// numbers are then relative to it.
+// of the greatest route below child i (tree_routes.h). What a search compares lies in arrays of its own,
+// apart from the values.
 #ifndef VORNIK_STRUCTURES_TREE_NODES_H
 #define VORNIK_STRUCTURES_TREE_NODES_H
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "plugin/structures/positions.h"
+#include "plugin/structures/tree_routes.h"
 
 namespace vornik {
 
@@ -34,6 +26,8 @@ template <unsigned kEntries, unsigned kChildren>
 struct NodeSizes {
   static constexpr unsigned kLeaf = kEntries;
   static constexpr unsigned kInner = kChildren;
+  /// No node has more routes.
+  static constexpr unsigned kMostRoutes = std::max(kEntries, kChildren);
   /// A leaf that is the whole tree begins small and grows by four, so that small containers are small.
   static constexpr unsigned kFirstLeaf = std::max(1u, kEntries / 16);
   static constexpr unsigned kLeastLeaf = std::max(2u, kEntries / 4);
@@ -50,120 +44,6 @@ using ShippedSizes = NodeSizes<4, 4>;  // for tests that want splits, merges and
 using ShippedSizes = NodeSizes<64, 64>;
 #endif
 
-/// Moves `count` objects to another place, which may overlap; the ones at the old place are gone.
-template <typename T>
-void relocate(T* from, std::size_t count, T* to) noexcept {
-  if constexpr (std::is_empty_v<T>) {
-    return;
-  } else if constexpr (std::is_trivially_copyable_v<T>) {
-    if (to < from) {
-      std::copy_n(from, count, to);
-    } else {
-      std::copy_backward(from, from + count, to + count);
-    }
-  } else if (to < from) {
-    for (std::size_t i = 0; i < count; ++i) {
-      ::new (static_cast<void*>(to + i)) T(std::move(from[i]));
-      from[i].~T();
-    }
-  } else {
-    for (std::size_t i = count; i-- > 0;) {
-      ::new (static_cast<void*>(to + i)) T(std::move(from[i]));
-      from[i].~T();
-    }
-  }
-}
-
-/// The routes of one node. A view: the node owns the arrays. Numbers behind the last one in use are always
-/// the greatest there are, so that a search needs no count. Nothing here fails or asks the host.
-template <typename Order>
-struct Routes {
-  using Number = typename Order::Number;
-  using Detail = typename Order::Detail;
-  using Shared = typename Order::Shared;
-  static constexpr bool kHasNumbers = !std::is_empty_v<Number>;
-  static constexpr bool kShares = !std::is_empty_v<Shared>;
-
-  Number* numbers;
-  Detail* details;
-  Shared* shared;
-
-  static void fill(Number* numbers, std::size_t count) {
-    if constexpr (kHasNumbers) std::fill_n(numbers, count, std::numeric_limits<Number>::max());
-  }
-
-  /// Lets the routes share no more than `limit`, which is a part of what they share now.
-  void loosen(unsigned count, const Shared& limit) const {
-    if constexpr (kShares) {
-      if (*shared == limit) return;
-      for (unsigned i = 0; i < count; ++i) {
-        numbers[i] = Order::translate(numbers[i], details[i], *shared, limit);
-      }
-      *shared = limit;
-    }
-  }
-
-  void open(unsigned count, unsigned at) const {
-    relocate(numbers + at, count - at, numbers + at + 1);
-    relocate(details + at, count - at, details + at + 1);
-  }
-
-  void close(unsigned count, unsigned at, unsigned removed = 1) const {
-    relocate(numbers + at + removed, count - at - removed, numbers + at);
-    relocate(details + at + removed, count - at - removed, details + at);
-    fill(numbers + count - removed, removed);
-  }
-
-  /// Copies a route of another node over the one at `at`.
-  void assign(unsigned count, unsigned at, const Routes& from, unsigned index) const {
-    if constexpr (kShares) loosen(count, Order::common(*shared, *from.shared));
-    copy(at, from, index);
-  }
-
-  void insert(unsigned count, unsigned at, const Routes& from, unsigned index) const {
-    if constexpr (kShares) {
-      if (count == 0) {
-        *shared = *from.shared;
-      } else {
-        loosen(count, Order::common(*shared, *from.shared));
-      }
-    }
-    open(count, at);
-    copy(at, from, index);
-  }
-
-  /// Moves the routes from `first` on to the empty node `to`.
-  void moveTail(unsigned count, unsigned first, Routes to) const {
-    if constexpr (kShares) *to.shared = *shared;
-    relocate(numbers + first, count - first, to.numbers);
-    relocate(details + first, count - first, to.details);
-    fill(numbers + first, count - first);
-  }
-
-  /// Takes all routes of another node over, behind the own.
-  void append(unsigned count, Routes from, unsigned fromCount) const {
-    if (fromCount == 0) return;
-    if constexpr (kShares) {
-      if (count == 0) {
-        *shared = *from.shared;
-      } else {
-        const Shared common = Order::common(*shared, *from.shared);
-        loosen(count, common);
-        from.loosen(fromCount, common);
-      }
-    }
-    relocate(from.numbers, fromCount, numbers + count);
-    relocate(from.details, fromCount, details + count);
-  }
-
- private:
-  void copy(unsigned at, const Routes& from, unsigned index) const {
-    if constexpr (kHasNumbers) numbers[at] = from.numbers[index];
-    details[at] = from.details[index];
-    if constexpr (kShares) numbers[at] = Order::translate(numbers[at], details[at], *from.shared, *shared);
-  }
-};
-
 /// An array member that takes no room when T is empty.
 template <typename T, std::size_t kCount>
 struct ArrayRoom {
@@ -179,7 +59,8 @@ struct ArrayRoom<T, kCount> {
   }
 };
 
-template <typename Value, typename Order, typename Sizes>
+/// The nodes of an Owner's tree, which positions know as theirs.
+template <typename Owner, typename Value, typename Order, typename Sizes>
 struct TreeNodes {
   using Number = typename Order::Number;
   using Detail = typename Order::Detail;
@@ -194,14 +75,14 @@ struct TreeNodes {
     std::uint16_t level = 0;     ///< 0 is a leaf
   };
 
-  /// Entries in order, in one piece of memory: the leaf, then numbers, details, values, each an array of
-  /// `capacity`.
+  /// Entries in order, in one piece of memory: the leaf, then numbers, details, values, each an array
+  /// of `capacity`.
   struct Leaf : Node {
     Leaf* previous = nullptr;
     Leaf* next = nullptr;
     /// The entries' slots, 0 for none. Null until the first position in this leaf is taken.
     SlotNumber* anchors = nullptr;
-    [[no_unique_address]] Shared common{};
+    [[no_unique_address]] Shared shared{};
 
     /// An empty leaf; may throw std::bad_alloc.
     static Leaf* create(unsigned capacity) {
@@ -220,7 +101,7 @@ struct TreeNodes {
     Number* numbers() { return array<Number>(sizeof(Leaf)); }
     Detail* details() { return array<Detail>(detailsAt(this->capacity)); }
     Value* values() { return array<Value>(valuesAt(this->capacity)); }
-    View routes() { return {numbers(), details(), &common}; }
+    View routes() { return {numbers(), details(), &shared}; }
 
     /// Takes a place for each entry's slot; std::bad_alloc with nothing changed.
     void reserveAnchors() {
@@ -246,7 +127,7 @@ struct TreeNodes {
   };
 
   struct Inner : Node {
-    [[no_unique_address]] Shared common{};
+    [[no_unique_address]] Shared shared{};
     [[no_unique_address]] ArrayRoom<Number, Sizes::kInner> numbers;
     [[no_unique_address]] ArrayRoom<Detail, Sizes::kInner> details;
     Node* children[Sizes::kInner];
@@ -255,7 +136,7 @@ struct TreeNodes {
       this->capacity = Sizes::kInner;
       View::fill(numbers.data(), Sizes::kInner);
     }
-    View separators() { return {numbers.data(), details.data(), &common}; }
+    View separators() { return {numbers.data(), details.data(), &shared}; }
     unsigned separatorCount() const { return this->count - 1u; }
 
     /// Linear in the number of children, which are neighbours in memory.
@@ -283,9 +164,39 @@ struct TreeNodes {
     }
   };
 
+  // ---- Nodes that go with what holds them, reserved for a change
+
+  struct DestroyLeaf {
+    void operator()(Leaf* leaf) const noexcept { Leaf::destroy(leaf); }
+  };
+  using OwnedLeaf = std::unique_ptr<Leaf, DestroyLeaf>;
+
+  class SpareInners {
+   public:
+    SpareInners() = default;
+    SpareInners(SpareInners&& other) noexcept : inners_(std::exchange(other.inners_, nullptr)) {}
+    SpareInners& operator=(SpareInners&&) = delete;
+    ~SpareInners() {
+      while (inners_ != nullptr) delete std::exchange(inners_, inners_->parent);
+    }
+    void add() {
+      auto* const inner = new Inner;
+      inner->parent = std::exchange(inners_, inner);
+    }
+    Inner* take() noexcept {
+      Inner* const inner = std::exchange(inners_, inners_->parent);
+      inner->parent = nullptr;
+      return inner;
+    }
+
+   private:
+    Inner* inners_ = nullptr;
+  };
+
   // ---- Entries of leaves, with their slots
 
-  template <typename Positions>
+  using Positions = PositionTable<Owner, Leaf*>;
+
   static void pointSlots(Leaf* leaf, unsigned first, unsigned last) noexcept {
     if (leaf->anchors == nullptr) return;
     for (unsigned i = first; i < last; ++i) {
@@ -294,7 +205,6 @@ struct TreeNodes {
   }
 
   /// Makes every position in the leaf stale.
-  template <typename Positions>
   static void freeSlots(Leaf* leaf, unsigned first, unsigned last) noexcept {
     if (leaf->anchors == nullptr) return;
     for (unsigned i = first; i < last; ++i) {
@@ -327,7 +237,6 @@ struct TreeNodes {
   }
 
   /// Moves entries from `first` on to an empty leaf, which has anchors where this one has.
-  template <typename Positions>
   static void moveEntries(Leaf* leaf, unsigned first, Leaf* to) noexcept {
     const unsigned moved = leaf->count - first;
     leaf->routes().moveTail(leaf->count, first, to->routes());
@@ -338,12 +247,11 @@ struct TreeNodes {
     }
     leaf->count = static_cast<std::uint16_t>(first);
     to->count = static_cast<std::uint16_t>(moved);
-    pointSlots<Positions>(to, 0, moved);
+    pointSlots(to, 0, moved);
   }
 
   /// Moves all entries of `from` behind those of a leaf of the same capacity. Never allocates: where only one
   /// of the two has anchors, that array serves.
-  template <typename Positions>
   static void appendEntries(Leaf* leaf, Leaf* from) noexcept {
     const unsigned before = leaf->count, moved = from->count;
     leaf->routes().append(before, from->routes(), moved);
@@ -357,7 +265,20 @@ struct TreeNodes {
     }
     leaf->count = static_cast<std::uint16_t>(before + moved);
     from->count = 0;
-    pointSlots<Positions>(leaf, before, leaf->count);
+    pointSlots(leaf, before, leaf->count);
+  }
+
+  /// Copies all entries to an empty leaf of the same capacity, and no positions.
+  static void copyEntries(Leaf* leaf, Leaf* to) {
+    to->shared = leaf->shared;
+    if constexpr (View::kHasNumbers) std::copy_n(leaf->numbers(), leaf->count, to->numbers());
+    if constexpr (View::kHasDetails) {
+      for (unsigned i = 0; i < leaf->count; ++i) to->details()[i] = Order::hold(leaf->details()[i]);
+    }
+    if constexpr (!std::is_empty_v<Value>) {
+      std::uninitialized_copy_n(leaf->values(), leaf->count, to->values());
+    }
+    to->count = leaf->count;
   }
 };
 

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "plugin/frame/errors.h"
-#include "plugin/frame/host_services.h"
 #include "plugin/frame/log.h"
 
 namespace vornik {
@@ -41,8 +40,6 @@ struct Elements<_REALarrayInteger> {
   using Element = std::int64_t;
   static auto getProc(_REALarrayInteger* array) { return REALGetArrayValueInteger(array); }
   static auto setProc(_REALarrayInteger* array) { return REALSetArrayValueInteger(array); }
-  static void lock(Element) {}
-  static void unlock(Element) {}
 };
 
 template <>
@@ -50,12 +47,6 @@ struct Elements<_REALarrayString> {
   using Element = REALstringStruct*;
   static auto getProc(_REALarrayString* array) { return REALGetArrayValueString(array); }
   static auto setProc(_REALarrayString* array) { return REALSetArrayValueString(array); }
-  static void lock(Element element) {
-    if (element != nullptr) REALLockString(element);
-  }
-  static void unlock(Element element) {
-    if (element != nullptr) REALUnlockString(element);
-  }
 };
 
 template <>
@@ -63,12 +54,6 @@ struct Elements<_REALarrayObject> {
   using Element = REALobjectStruct*;
   static auto getProc(_REALarrayObject* array) { return REALGetArrayValueObject(array); }
   static auto setProc(_REALarrayObject* array) { return REALSetArrayValueObject(array); }
-  static void lock(Element element) {
-    if (element != nullptr) REALLockObject(element);
-  }
-  static void unlock(Element element) {
-    if (element != nullptr) REALUnlockObject(element);
-  }
 };
 
 template <typename Array>
@@ -81,9 +66,8 @@ void probe() {
   // From here on accesses go through the host's procedures, those that the probe makes itself included.
   ArrayAccessTested = true;
   ArrayAccessSuccess = false;
-  REALobjectStruct* array = REALCreateArray(kArrayOfIntegers, kProbeUpperBound);
-  TestArray(reinterpret_cast<_REALarrayInteger*>(array));
-  if (array != nullptr) REALUnlockObject(array);
+  const auto array = ObjectReference::adopt(REALCreateArray(kArrayOfIntegers, kProbeUpperBound));
+  TestArray(reinterpret_cast<_REALarrayInteger*>(array.get()));
 }
 
 bool isInBounds(REALobjectStruct* array, std::int64_t index) {
@@ -94,38 +78,40 @@ bool isInBounds(REALobjectStruct* array, std::int64_t index) {
   return false;
 }
 
+/// Whether there is an element at the index. The probe comes in between where it has not run yet, and with it
+/// script code, which may change this very array or give it back.
+bool isAccessible(REALobjectStruct* array, std::int64_t index) {
+  if (!isInBounds(array, index)) return false;
+  if (ArrayAccessTested) [[likely]]
+    return true;
+  const ObjectReference held(array);
+  probe();
+  return isInBounds(array, index);
+}
+
 /// The array's element storage, or null where only the host's procedures may be used.
 template <typename Array>
-typename Elements<Array>::Element* storageOf(Array* array) {
-  if (!ArrayAccessTested) probe();
+typename Elements<Array>::Element* storageOf(const Array* array) {
   if (!ArrayAccessSuccess) return nullptr;
   return fieldAt<typename Elements<Array>::Element*>(array, kStorageOffset);
 }
 
 template <typename Array>
 void getElement(Array* array, std::int64_t index, typename Elements<Array>::Element* result) {
-  using Kind = Elements<Array>;
-  if (result == nullptr || !isInBounds(asObject(array), index)) return;
+  if (result == nullptr || !isAccessible(asObject(array), index)) return;
   if (const auto* storage = storageOf(array)) {
     *result = storage[index];
-    Kind::lock(*result);
-  } else if (const auto get = Kind::getProc(array)) {
+    lock(*result);
+  } else if (const auto get = Elements<Array>::getProc(array)) {
     *result = get(array, index);
   }
 }
 
 template <typename Array>
-void setElement(Array* array, std::int64_t index, typename Elements<Array>::Element value) {
-  using Kind = Elements<Array>;
-  if (!isInBounds(asObject(array), index)) return;
-  if (auto* storage = storageOf(array)) {
-    Kind::lock(value);
-    const auto old = storage[index];
-    storage[index] = value;
-    Kind::unlock(old);
-  } else if (const auto set = Kind::setProc(array)) {
-    set(array, value, index);
-  }
+ElementPlace<Array, typename Elements<Array>::Element> find(Array* array, std::int64_t index) {
+  if (!isAccessible(asObject(array), index)) return {};
+  if (auto* storage = storageOf(array)) return {.array = array, .index = index, .stored = storage + index};
+  return {.array = array, .index = index, .procedure = Elements<Array>::setProc(array)};
 }
 
 /// Logs what a check of the probe found, when it failed.
@@ -142,8 +128,8 @@ bool holds(bool condition, const char* message) {
 }
 
 bool proceduresAgree(_REALarrayInteger* array) {
-  REALSetArrayValue(array, 0, 12345);
-  REALSetArrayValue(array, 9, 123456);
+  placeAt(array, 0).set(12345);
+  placeAt(array, 9).set(123456);
   std::int64_t at0 = 0;
   std::int64_t at1 = 0;
   std::int64_t at9 = 0;
@@ -189,14 +175,14 @@ void REALGetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectSt
   getElement(array, index, result);
 }
 
-void REALSetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_t value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayInteger, std::int64_t> placeAt(_REALarrayInteger* array, std::int64_t index) {
+  return find(array, index);
 }
-void REALSetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct* value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayString, REALstringStruct*> placeAt(_REALarrayString* array, std::int64_t index) {
+  return find(array, index);
 }
-void REALSetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct* value) {
-  setElement(array, index, value);
+ElementPlace<_REALarrayObject, REALobjectStruct*> placeAt(_REALarrayObject* array, std::int64_t index) {
+  return find(array, index);
 }
 
 }  // namespace vornik

@@ -8,8 +8,9 @@
 #define VORNIK_VALUES_HOST_ARRAYS_H
 
 #include <cstdint>
+#include <utility>
 
-#include "plugin/frame/host_interface.h"
+#include "plugin/frame/reference.h"
 
 namespace vornik {
 
@@ -25,11 +26,36 @@ void REALGetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_
 void REALGetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct** result);
 void REALGetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct** result);
 
-/// Replaces the element at `index`. The array takes a reference of its own to a string or object and drops
-/// the one to the old element. An index out of bounds raises OutOfBoundsException and changes nothing.
-void REALSetArrayValue(_REALarrayInteger* array, std::int64_t index, std::int64_t value);
-void REALSetArrayValue(_REALarrayString* array, std::int64_t index, REALstringStruct* value);
-void REALSetArrayValue(_REALarrayObject* array, std::int64_t index, REALobjectStruct* value);
+// Integers are not counted.
+inline void lock(std::int64_t) {}
+inline void unlock(std::int64_t) {}
+
+/// Where an element can be set in an array. Finding the place asks the host all that there is to ask, which
+/// can run script code (host_services.h); so the element is borrowed after that, and set right away.
+template <typename Array, typename Element>
+struct ElementPlace {
+  Array* array = nullptr;
+  std::int64_t index = 0;
+  Element* stored = nullptr;                         ///< in the array's own storage
+  ArraySetProc<Array, Element> procedure = nullptr;  ///< where that may not be used
+
+  /// Replaces the element. The array takes a reference of its own to a string or object and drops the one to
+  /// the old element.
+  void set(Element element) const {
+    if (stored != nullptr) {
+      lock(element);
+      unlock(std::exchange(*stored, element));
+    } else if (procedure != nullptr) {
+      procedure(array, element, index);
+    }
+  }
+};
+
+/// The place of the element at `index`. Where there is none, setting it does nothing: an index out of bounds
+/// raises OutOfBoundsException, and a host may lend no procedure.
+ElementPlace<_REALarrayInteger, std::int64_t> placeAt(_REALarrayInteger* array, std::int64_t index);
+ElementPlace<_REALarrayString, REALstringStruct*> placeAt(_REALarrayString* array, std::int64_t index);
+ElementPlace<_REALarrayObject, REALobjectStruct*> placeAt(_REALarrayObject* array, std::int64_t index);
 
 /// The probe's checks on one test array of 1235 elements, or null where the host made none; decides
 /// ArrayAccessSuccess. With diagnostics on, the first failing check writes a line.

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "plugin/values/reference.h"
+#include "plugin/frame/reference.h"
 #include "plugin/values/text.h"
 
 namespace vornik {

@@ -6,6 +6,7 @@
 #include "plugin/frame/host_services.h"
 #include "plugin/frame/host_string.h"
 #include "plugin/frame/log.h"
+#include "plugin/frame/utf8.h"
 
 namespace vornik {
 namespace {
@@ -105,42 +106,6 @@ std::uint16_t swapped(std::uint16_t unit) {
   return static_cast<std::uint16_t>(unit << 8 | unit >> 8);
 }
 
-/// Length of the sequence that a lead byte begins; 0 for one that begins none.
-std::int64_t sequenceLength(std::uint8_t lead) {
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2) return 0;
-  if (lead < 0xE0) return 2;
-  if (lead < 0xF0) return 3;
-  return lead < 0xF5 ? 4 : 0;
-}
-
-/// Whether the bytes behind the lead byte are what it calls for: no overlong form, no surrogate, none past
-/// U+10FFFF.
-bool isLegal(const std::uint8_t* sequence, std::int64_t length) {
-  if (length == 1) return true;
-  std::uint8_t least = 0x80;
-  std::uint8_t greatest = 0xBF;
-  switch (sequence[0]) {
-    case 0xE0:
-      least = 0xA0;
-      break;
-    case 0xED:
-      greatest = 0x9F;
-      break;
-    case 0xF0:
-      least = 0x90;
-      break;
-    case 0xF4:
-      greatest = 0x8F;
-      break;
-    default:
-      break;
-  }
-  if (sequence[1] < least || sequence[1] > greatest) return false;
-  return std::all_of(sequence + 2, sequence + length,
-                     [](std::uint8_t byte) { return (byte & 0xC0) == 0x80; });
-}
-
 std::uint32_t codePoint(const std::uint8_t* sequence, std::int64_t length) {
   if (length == 1) return sequence[0];
   std::uint32_t value = sequence[0] & (0x7Fu >> length);
@@ -167,8 +132,8 @@ DecodedUTF8 decodeUTF8(const char* bytes, std::int64_t count, std::uint16_t* uni
   std::int64_t position = 0;
   while (position < count) {
     const std::uint8_t* sequence = input + position;
-    const std::int64_t length = sequenceLength(*sequence);
-    if (length == 0 || position + length > count || !isLegal(sequence, length)) break;
+    const std::int64_t length = utf8CharacterLength(sequence, count - position);
+    if (length == 0) break;
     position += length;
     const std::uint32_t point = codePoint(sequence, length);
     if (point == kByteOrderMark || point == kSwappedByteOrderMark) continue;
@@ -249,19 +214,23 @@ void rbText::redeclare() noexcept {
 
 void rbText::CheckASCII() noexcept {
   if (classification_ != CheckPending) return;
+  const auto classify = [this](const auto* bytes, std::int64_t length) {
+    const bool ascii = std::none_of(bytes, bytes + length, [](auto byte) { return (byte & 0x80) != 0; });
+    classification_ = ascii ? PureASCII : NotASCII;
+  };
+  // What is declared as UTF-8 has been borrowed already, unless the host did not give it.
+  if (utf8.length >= 0) return classify(utf8.data, utf8.length);
   const rbData bytes(string_);
-  const bool ascii =
-      std::none_of(bytes.data, bytes.data + bytes.length, [](std::uint8_t byte) { return byte >= 0x80; });
-  classification_ = ascii ? PureASCII : NotASCII;
-  if (!ascii) return;
+  classify(bytes.data, bytes.length);
+  if (classification_ != PureASCII) return;
   borrow(utf8, reinterpret_cast<const char*>(bytes.data), bytes.length);
 }
 
 void rbText::ConvertUTF8() noexcept {
-  makeEmpty(utf8);
-  if (string_ == nullptr) return;
+  if (string_ == nullptr) return makeEmpty(utf8);
   CheckASCII();
   if (classification_ == PureASCII) return;
+  makeEmpty(utf8);
   if (convertByHost(utf8, string_, kEncodingUTF8) && utf8.length >= 1) terminate(utf8);
 }
 

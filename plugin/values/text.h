@@ -58,7 +58,7 @@ class rbText {
   void widenASCII() noexcept;
   void decodeUTF8() noexcept;
 
-  // The guards stand around everything else.
+  // The guards stand around everything else: what wrote over the view is reported when the view goes.
   std::uint64_t leadingGuard_;
   REALstringStruct* string_ = nullptr;
   bool ownsString_ = false;  // of unknown encoding, declared anew

@@ -14,19 +14,8 @@
 
 namespace vornik {
 
-/// Type codes that comparison and hash tell apart. The host's own, but for the two unsigned ones, which are
-/// ours.
-enum VariantType : std::int64_t {
-  kVariantNil = 0,
-  kVariantInt32 = 2,
-  kVariantInt64 = 3,
-  kVariantSingle = 4,
-  kVariantDouble = 5,
-  kVariantCurrency = 6,
-  kVariantString = 8,
-  kVariantBoolean = 11,
-  kVariantColor = 16,
-  kVariantText = 37,
+/// Types that comparison and hash tell apart beside the host's own, which has one code for signed and unsigned.
+enum UnsignedVariantType : std::int64_t {
   kVariantUInt32 = 102,
   kVariantUInt64 = 103,
 };
@@ -42,6 +31,8 @@ bool isTextType(std::int64_t type);
 class VariantOperand {
  public:
   VariantOperand(REALobjectStruct* variant) noexcept : variant_(variant) {}
+  /// One whose type is known already.
+  VariantOperand(REALobjectStruct* variant, std::int64_t type) noexcept : variant_(variant), type_(type) {}
   VariantOperand(const VariantOperand& other) noexcept : variant_(other.variant_) {}
   VariantOperand& operator=(const VariantOperand&) = delete;
 

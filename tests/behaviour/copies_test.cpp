@@ -8,9 +8,7 @@ namespace {
 struct Maps : ContainerTest {};
 VORNIK_FOR_CLASSES(Maps, isMap);
 struct ReferenceMaps : ContainerTest {
-  Value shared() {
-    return facts().value == kText ? Value("shared") : host().variant(host::VariantType::kInt64, 5);
-  }
+  Value shared() { return facts().value == kText ? Value("shared") : host().variant(kVariantInt64, 5); }
 };
 VORNIK_FOR_CLASSES(ReferenceMaps, [](const ClassFacts& f) { return f.isMap() && f.value != kInt; });
 struct Sets : ContainerTest {};

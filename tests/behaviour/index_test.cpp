@@ -1,4 +1,6 @@
 // Access by index and export to arrays: the cache behind it, and what drops it.
+#include <functional>
+
 #include "tests/support/container_test.h"
 
 namespace vornik::behaviour {
@@ -19,6 +21,98 @@ struct ArrayHosts : ContainerSuite {
     EXPECT_EQ(elements(call(container, "Values")), values(container));
   }
 };
+
+/// Script code in the middle of an access by index or of an export, at every call of the host that can run
+/// any: the answer is of one moment, and what is cached is what the container holds.
+struct InterruptedHosts : ArrayHosts {
+  struct Mischief {
+    const char* name;
+    bool changes;  ///< entries, so that what was begun must be given up
+    std::function<void(const Value& container)> run;
+  };
+  std::vector<Mischief> mischiefs() {
+    std::vector<Mischief> all{
+        {"nothing", false, [](const Value&) {}},
+        {"Constructor", true, [this](const Value& c) { call(c, "Constructor", constructorArguments()); }},
+        {"export", false, [this](const Value& c) { call(c, "Keys"); }},
+        {"Clear", true, [this](const Value& c) { call(c, "Clear"); }},
+        {"Remove", true, [this](const Value& c) { call(c, "Remove", {call(c, "first")}); }},
+        {"insert", true, [this](const Value& c) { put(c, 9); }},
+        {"rebuild", true, [this](const Value& c) {
+           call(c, "Constructor", constructorArguments());
+           for (const int k : {1, 2}) put(c, k);
+         }}};
+    if (!facts().isMap()) return all;
+    all.push_back({"assign", true, [this](const Value& c) { put(c, 1, 7); }});
+    all.push_back({"failed copy", true, [this](const Value& c) { raised([&] { copyInto(c, c); }); }});
+    return all;
+  }
+
+  /// What an interrupted member shows of the keys or of the values, and whether it may do so after a change:
+  /// `walked` is what a host without arrays would show of the first entry.
+  struct Use {
+    std::function<Texts(const Value& container, bool ofKeys)> run;
+    std::function<bool(const Texts& shown, const Texts& before, const std::string& walked)> isGoodAfterChange;
+  };
+  const Use exports{
+      [this](const Value& c, bool ofKeys) {
+        const Value array = call(c, ofKeys ? "Keys" : "Values");
+        return array.isNil() ? Texts{"given up"} : elements(array);
+      },
+      [](const Texts& shown, const Texts&, const std::string&) { return shown == Texts{"given up"}; }};
+  const Use index{
+      [this](const Value& c, bool ofKeys) { return Texts{answer(c, ofKeys ? "Key" : "ValueAtIndex", {0})}; },
+      [](const Texts& shown, const Texts& before, const std::string& walked) {
+        return shown[0] == before[0] || shown[0] == walked;
+      }};
+  const Use adds{[this](const Value& c, bool ofKeys) {
+                   const Value target = host().array(arrayOf(ofKeys ? facts().key : facts().value), {});
+                   call(c, ofKeys ? "AddKeys" : "AddValues", {target});
+                   return elements(target);
+                 },
+                 [](const Texts& shown, const Texts& before, const std::string&) {
+                   const std::string assigned = show(value(7));
+                   return std::equal(shown.begin(), shown.end(), before.begin(),
+                                     [&](const auto& a, const auto& b) { return a == b || a == assigned; });
+                 }};
+
+  Texts column(const Value& c, bool ofKeys) {
+    if (!raised([&] { call(c, "first"); }).empty()) return {};
+    return ofKeys ? keys(c) : values(c);
+  }
+  void interrupt(const std::string& service, const Use& use) {
+    for (const Mischief& mischief : mischiefs()) {
+      for (const bool ofKeys : {true, false}) {
+        bool ran = ofKeys || facts().isMap();
+        for (std::uint64_t nth = 1; ran; ++nth) {
+          SCOPED_TRACE(testing::Message() << mischief.name << " in call " << nth << " of " << service);
+          ran = false;
+          const Value container = make({1, 2});
+          const Texts before = column(container, ofKeys);
+          host().interrupt(service, nth, [&] {
+            ran = true;
+            mischief.run(container);
+          });
+          const Texts shown = use.run(container, ofKeys), now = column(container, ofKeys);
+          host().interrupt(service, 0);
+          if (ran && mischief.changes) {
+            const std::string walked =
+                facts().isMap() && !now.empty() ? now[0] : neutral(ofKeys ? facts().key : facts().value);
+            EXPECT_TRUE(use.isGoodAfterChange(shown, before, walked)) << testing::PrintToString(shown);
+          } else {
+            EXPECT_EQ(shown, &use == &index ? Texts{before[0]} : before);
+          }
+          if (call(container, "Keys").isNil()) {
+            EXPECT_EQ(answer(container, "first"), missing());
+          } else {
+            expectAgreement(container);
+          }
+        }
+      }
+    }
+  }
+};
+
 struct Indexed : PerSubject<ArrayHosts> {};
 VORNIK_FOR_CLASSES(Indexed, anyClass);
 
@@ -114,6 +208,37 @@ TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
     EXPECT_TRUE(call(map, "Keys").isNil()) << "without the one there is no other";
     host().failFrom("RuntimeArrayCreateSingleDimBoundedArray", 0);
     expectAgreement(map);
+  });
+}
+
+TEST_F(InterruptedHosts, ScriptCodeMayDoAnythingWhileArraysAreMadeAndFilled) {
+  // Elements are set directly, or through the procedures.
+  for (const auto layout : {HostOptions::ArrayLayout::kDocumented, HostOptions::ArrayLayout::kOther}) {
+    start({.arrayLayout = layout});
+    const auto calls = host().calls();
+    forSubjectsWhere(anyClass, [&] {
+      for (const auto& entry : calls) {
+        const std::string& service = entry.first;
+        const auto names = [&service](const char* part) { return service.find(part) != std::string::npos; };
+        if (names("ArrayCreate") || names("ArraySet") || names("UBound")) interrupt(service, exports);
+        if (names("ArrayCreate") || names("ArraySetProc()")) interrupt(service, index);
+        if (names("ArrayInsert") && facts().isMap()) interrupt(service, adds);
+      }
+    });
+  }
+}
+
+/// The first element of all is preceded by a probe, which makes an array.
+TEST_F(InterruptedHosts, ScriptCodeMayDoAnythingWhileTheLayoutOfArraysIsProbed) {
+  forSubjectsWhere(anyClass, [&] {
+    for (const Mischief& mischief : mischiefs()) {
+      SCOPED_TRACE(mischief.name);
+      start({});
+      const Value container = make({1, 2, 3});
+      host().interrupt("RuntimeArrayCreateSingleDimBoundedArray", facts().isMap() ? 3 : 2,
+                       [&] { mischief.run(container); });
+      EXPECT_EQ(call(container, "Keys").isNil(), mischief.changes);
+    }
   });
 }
 

@@ -15,8 +15,6 @@
 namespace vornik::behaviour {
 namespace {
 
-using Type = host::VariantType;
-
 /// A key as the host has it, and as what it is ordered.
 struct Sample {
   Value key;
@@ -103,29 +101,29 @@ struct KeyOrder : ContainerTest {
   }
 
   /// A key of one sort, so that the order is one.
-  Sample sample(Type type, bool isUnsigned) {
+  Sample sample(VariantType type, bool isUnsigned) {
     if (facts().key == kText) return textSample();
     Sample sample;
     const auto of = [&](auto number, long double asOrdered) {
       sample.number = asOrdered;
       sample.key = host().variant(type, number, isUnsigned);
     };
-    if (type == Type::kString || type == Type::kText) {
+    if (type == kVariantString || type == kVariantText) {
       sample = textSample();
       sample.key = host().variant(type, sample.key);
-    } else if (type == Type::kInt64) {
+    } else if (type == kVariantInt64) {
       const auto number = randomNumber<std::int64_t>();
       of(number, isUnsigned ? static_cast<long double>(static_cast<std::uint64_t>(number)) : number);
-    } else if (type == Type::kInt32 || type == Type::kColor) {
+    } else if (type == kVariantInt32 || type == kVariantColor) {
       const std::int64_t number = randomNumber<std::int32_t>();
-      of(number, isUnsigned || type == Type::kColor ? static_cast<std::uint32_t>(number) : number);
-    } else if (type == Type::kBoolean) {
+      of(number, isUnsigned || type == kVariantColor ? static_cast<std::uint32_t>(number) : number);
+    } else if (type == kVariantBoolean) {
       const bool flag = below(2) != 0;
       of(flag, flag);
     } else {
-      const double number = type == Type::kSingle     ? double{randomNumber<float>()}
-                            : type == Type::kCurrency ? below(100000) / 16.0
-                                                      : randomNumber<double>();
+      const double number = type == kVariantSingle     ? double{randomNumber<float>()}
+                            : type == kVariantCurrency ? below(100000) / 16.0
+                                                       : randomNumber<double>();
       of(number, number);
     }
     return sample;
@@ -153,7 +151,7 @@ struct KeyOrder : ContainerTest {
     return past == mirror.begin() ? kAtEnd : show(std::prev(past)->second);
   }
 
-  void run(Type type, bool isUnsigned, long steps) {
+  void run(VariantType type, bool isUnsigned, long steps) {
     const Value container = make();
     Mirror mirror;
     for (long step = 0; step < steps; ++step) {
@@ -200,12 +198,13 @@ struct KeyOrder : ContainerTest {
 TEST_P(KeyOrder, IsThatOfTheRules) {
   const char* const chosen = std::getenv("VORNIK_OPERATIONS");
   const long steps = chosen != nullptr ? std::atol(chosen) : 20'000;
-  if (facts().key == kText) return run(Type::kString, false, steps);
-  for (const Type type : {Type::kString, Type::kText}) run(type, false, steps / 3);
-  for (const Type type : {Type::kInt32, Type::kInt64}) {
+  if (facts().key == kText) return run(kVariantString, false, steps);
+  for (const VariantType type : {kVariantString, kVariantText}) run(type, false, steps / 3);
+  for (const VariantType type : {kVariantInt32, kVariantInt64}) {
     for (const bool isUnsigned : {false, true}) run(type, isUnsigned, steps / 27);
   }
-  for (const Type type : {Type::kSingle, Type::kDouble, Type::kCurrency, Type::kBoolean, Type::kColor})
+  for (const VariantType type :
+       {kVariantSingle, kVariantDouble, kVariantCurrency, kVariantBoolean, kVariantColor})
     run(type, false, steps / 27);
 }
 

@@ -1,4 +1,5 @@
--- Checks the examples of documents: vornik-host check.lua DOCUMENT...
+-- Checks the examples of documents: vornik-host check.lua TOOLS DOCUMENT...
+-- TOOLS is the folder of examples.lua, which says what a line answers.
 --
 -- Examples in the host's language must be right by what is declared. Those in Lua are run: what one prints must be in
 -- the block behind it, if that is ```text, and what one of its lines answers must be behind that line's arrow. What a
@@ -12,7 +13,7 @@ local parse = dofile(here .. "host_language.lua")
 local Types = dofile(here .. "host_types.lua")
 local Checker = dofile(here .. "host_checker.lua")
 local blocksOf = dofile(here .. "markdown.lua")
-local answer = dofile(here .. "../../docs/tools/reference/examples.lua")
+local answer = dofile(table.remove(arg, 1) .. "/examples.lua")
 
 local types = Types.new(Classes())
 local faults, counts = 0, { xojo = 0, lua = 0, console = 0 }

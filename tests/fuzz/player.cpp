@@ -404,7 +404,6 @@ Player::Value Player::text() {
 
 /// Anything that goes into a Variant of a container on the level `holder`.
 Player::Value Player::variant(Level holder) {
-  using Type = host::VariantType;
   static constexpr double kNumbers[] = {0.0,
                                         -0.0,
                                         1.0,
@@ -418,23 +417,24 @@ Player::Value Player::variant(Level holder) {
     case 0:
       return nullptr;
     case 1:
-      return host_.variant(Type::kInt32, input_.oneIn(4) ? Value(-1) : Value(int{input_.byte()}), isUnsigned);
+      return host_.variant(kVariantInt32, input_.oneIn(4) ? Value(-1) : Value(int{input_.byte()}),
+                           isUnsigned);
     case 2:
-      return host_.variant(Type::kInt64, integer(), isUnsigned);
+      return host_.variant(kVariantInt64, integer(), isUnsigned);
     case 3:
-      return host_.variant(Type::kSingle, input_.among(kNumbers));
+      return host_.variant(kVariantSingle, input_.among(kNumbers));
     case 4:
-      return host_.variant(Type::kDouble, input_.among(kNumbers));
+      return host_.variant(kVariantDouble, input_.among(kNumbers));
     case 5:
-      return host_.variant(Type::kCurrency, static_cast<double>(input_.byte()) / 4);
+      return host_.variant(kVariantCurrency, static_cast<double>(input_.byte()) / 4);
     case 6:
-      return host_.variant(Type::kBoolean, input_.oneIn(2));
+      return host_.variant(kVariantBoolean, input_.oneIn(2));
     case 7:
-      return host_.variant(Type::kColor, static_cast<std::int64_t>(input_.word() & 0xFFFFFFFF));
+      return host_.variant(kVariantColor, static_cast<std::int64_t>(input_.word() & 0xFFFFFFFF));
     case 8:
-      return host_.variant(Type::kText, text());
+      return host_.variant(kVariantText, text());
     case 9:
-      return host_.variant(Type::kNil, nullptr);
+      return host_.variant(kVariantNil, nullptr);
     case 10:
     case 11:
       return scriptObject();
@@ -445,7 +445,7 @@ Player::Value Player::variant(Level holder) {
       return integer();
     }
     default:
-      return host_.variant(Type::kString, text());
+      return host_.variant(kVariantString, text());
   }
 }
 

@@ -23,18 +23,18 @@ struct OrderedTreeTest {
   static void check(const Tree& tree) {
     std::size_t entries = 0;
     typename Tree::Leaf* previous = nullptr;
-    if (tree.root_ != nullptr) {
-      ASSERT_EQ(tree.root_->parent, nullptr);
-      ASSERT_TRUE(tree.root_->level == 0 || tree.root_->count > 1);
-      checkNode(tree, tree.root_, previous, entries);
+    if (tree.shape_.root() != nullptr) {
+      ASSERT_EQ(tree.shape_.root()->parent, nullptr);
+      ASSERT_TRUE(tree.shape_.root()->level == 0 || tree.shape_.root()->count > 1);
+      checkNode(tree, tree.shape_.root(), previous, entries);
     }
-    ASSERT_EQ(tree.last_, previous);
+    ASSERT_EQ(tree.shape_.last(), previous);
     ASSERT_EQ(entries, tree.size());
   }
   template <typename Tree>
   static std::size_t leaves(const Tree& tree) {
     std::size_t count = 0;
-    for (auto* leaf = tree.first_; leaf != nullptr; leaf = leaf->next) ++count;
+    for (auto* leaf = tree.shape_.first(); leaf != nullptr; leaf = leaf->next) ++count;
     return count;
   }
   /// The identity of an entry, which is never compared: its detail.
@@ -52,7 +52,7 @@ struct OrderedTreeTest {
     if (node->level == 0) {
       auto* const leaf = static_cast<typename Tree::Leaf*>(node);
       ASSERT_EQ(leaf->previous, previous);
-      ASSERT_EQ(previous != nullptr ? previous->next : tree.first_, leaf);
+      ASSERT_EQ(previous != nullptr ? previous->next : tree.shape_.first(), leaf);
       previous = leaf;
       entries += leaf->count;
       return;
@@ -127,6 +127,23 @@ struct LyingOrder : TestOrder {
     return bisect<kBound>(0, count, [](unsigned) { return static_cast<int>(random() % 5) - 2; });
   }
 };
+
+// Orders that lack something are refused as a whole.
+struct WithoutIsBefore : LyingOrder {
+  [[maybe_unused]] static constexpr bool kLooksAtTheLastFirst = true;  // isBefore is for other routes
+};
+struct WithoutNumber : LyingOrder {
+  static void number(Probe, Shared);
+};
+struct WithoutHold : LyingOrder {
+  static Detail hold(Probe);
+};
+struct WithSharedButNoMore : LyingOrder {
+  using Shared = std::int64_t;
+};
+static_assert(TreeOrder<LyingOrder, CountedKey> && !TreeOrder<LyingOrder, std::int64_t>);
+static_assert(!TreeOrder<WithoutIsBefore, CountedKey> && !TreeOrder<WithoutNumber, CountedKey> &&
+              !TreeOrder<WithoutHold, CountedKey> && !TreeOrder<WithSharedButNoMore, CountedKey>);
 
 using Tiny = NodeSizes<4, 4>;
 using Small = NodeSizes<8, 16>;

@@ -1,4 +1,4 @@
-// What tells the eighteen containers apart, and keys and values for each of them. The suites are written once
+// What tells the containers apart, and keys and values for each of them. The suites are written once
 // over this table.
 #ifndef VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
 #define VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
@@ -84,7 +84,7 @@ inline host::Value keyOf(Kind kind, int i) {
   const bool borrowed = someTextsAreBorrowed && ++turn % 2 == 0;
   const host::Value text =
       borrowed ? host.string("Cl\u00e9 " + digits) : host.string("Cl\xe9 " + digits, kEncodingISOLatin1);
-  return kind == Kind::kString ? text : host.variant(host::VariantType::kString, text);
+  return kind == Kind::kString ? text : host.variant(kVariantString, text);
 }
 
 /// Distinct values, for Variant alternating between text and numbers.

@@ -89,7 +89,7 @@ class ContainerSuite : public testing::Test {
   static Value key(int i) { return keyOf(facts().key, i); }
   static Value value(int i) { return valueOf(facts().value, i); }
   static Value keyOfText(const Value& text) {
-    return facts().key == kText ? text : Host::current().variant(host::VariantType::kString, text);
+    return facts().key == kText ? text : Host::current().variant(kVariantString, text);
   }
   static std::string neutral(Kind kind) { return kind == Kind::kInteger ? "0" : "nil"; }
 

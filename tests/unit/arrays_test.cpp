@@ -35,11 +35,11 @@ TEST_F(Arrays, TheFirstAccessInBoundsProbesOnceAndFindsTheDocumentedLayout) {
         EXPECT_EQ(raisedBy([&] { EXPECT_EQ(elementAt(array, 2), 42); }),
                   "OutOfBoundsException: The parameter index  is too big. Range is 0 to 1, but value is 2.");
         EXPECT_EQ(
-            raisedBy([&] { REALSetArrayValue(as<_REALarrayInteger>(array), -1, 5); }),
+            raisedBy([&] { placeAt(as<_REALarrayInteger>(array), -1).set(5); }),
             "OutOfBoundsException: The parameter index  is too small. Range is 0 to 1, but value is -1.");
         EXPECT_FALSE(ArrayAccessTested);
         EXPECT_EQ(elementAt(array, 1), 8);
-        REALSetArrayValue(as<_REALarrayInteger>(array), 1, 9);
+        placeAt(as<_REALarrayInteger>(array), 1).set(9);
       }),
       ElementsAre("QZR Debug: TestArray 2024.010000"));
   EXPECT_TRUE(ArrayAccessSuccess);
@@ -51,9 +51,7 @@ TEST_F(Arrays, TheFirstAccessInBoundsProbesOnceAndFindsTheDocumentedLayout) {
 void checkReferences(host::Host& host) {
   const Value first = host.scriptObject("first"), second = host.scriptObject("second");
   const Value array = host.array(kArrayOfVariants, {first});
-  const auto set = [&](const Value& value) {
-    REALSetArrayValue(as<_REALarrayObject>(array), 0, objectOf(value));
-  };
+  const auto set = [&](const Value& value) { placeAt(as<_REALarrayObject>(array), 0).set(objectOf(value)); };
   set(first);
   EXPECT_EQ(host.references(first), 2);
   bool gone = false;
@@ -61,7 +59,7 @@ void checkReferences(host::Host& host) {
   REALobjectStruct* held = nullptr;
   REALGetArrayValue(as<_REALarrayObject>(array), 0, &held);
   REALUnlockObject(held);
-  REALSetArrayValue(as<_REALarrayObject>(array), 0, held);
+  placeAt(as<_REALarrayObject>(array), 0).set(held);
   EXPECT_FALSE(gone) << "an element set to itself stays";
   set(second);
   EXPECT_EQ(host.references(first), 1);
@@ -74,7 +72,7 @@ void checkReferences(host::Host& host) {
   EXPECT_EQ(host.references(second), 1);
 
   const Value text("text"), strings = host.array(kArrayOfStrings, {"old"});
-  REALSetArrayValue(as<_REALarrayString>(strings), 0, text.string().get());
+  placeAt(as<_REALarrayString>(strings), 0).set(text.string().get());
   REALstringStruct* string = nullptr;
   REALGetArrayValue(as<_REALarrayString>(strings), 0, &string);
   EXPECT_EQ(string, text.string().get());
@@ -133,8 +131,23 @@ TEST_F(Arrays, AProbeThatFailsIsNamedAndAccessGoesOnThroughTheProcedures) {
   expectLine("QZR Debug: ubound wrong ");
 }
 
+/// The probe makes an array, and script code that runs there may do anything with the one that is to be read.
+TEST_F(Arrays, TheFirstAccessOutlivesWhatHappensInTheProbe) {
+  Value array = host_.array(kArrayOfIntegers, {7, 8});
+  auto* const handle = as<_REALarrayInteger>(array);
+  std::int64_t element = 42;
+  host_.interrupt("RuntimeArrayCreateSingleDimBoundedArray", 1, [&] { array = nullptr; });
+  REALGetArrayValue(handle, 1, &element);
+  EXPECT_EQ(element, 8) << "an array that script code lets go stays until it was read";
+  array = host_.array(kArrayOfIntegers, {7, 8});
+  ArrayAccessTested = false;
+  host_.failFrom("RuntimeUBound", 8);  // which is the first call after the probe's
+  EXPECT_EQ(raisedBy([&] { EXPECT_EQ(elementAt(array, 1), 42); }),
+            "OutOfBoundsException: The parameter index  is too big. Range is 0 to 0, but value is 1.");
+}
+
 TEST_F(Dictionaries, AreServedByTheirHostsOwnMethodsWhichAreLookedUpOnce) {
-  const Value key = host_.variant(host::VariantType::kString, "k"), first = host_.dictionary();
+  const Value key = host_.variant(kVariantString, "k"), first = host_.dictionary();
   auto* handle = as<_REALdictionary>(first);
   host_.failFrom("REALLoadObjectMethod", 1);
   EXPECT_THAT(

@@ -4,6 +4,8 @@
 
 #include "plugin/containers/hashing.h"
 #include "plugin/containers/kinds.h"
+#include "plugin/containers/orders.h"
+#include "plugin/structures/ordered_tree.h"
 #include "plugin/values/case_folding.h"
 #include "tests/support/in_host.h"
 
@@ -15,7 +17,6 @@ using test::objectOf;
 using test::stringOf;
 using Keys = test::InHost;
 using host::Value;
-using Type = host::VariantType;
 
 TEST(CaseFolding, ExactlyTheFrozenFolding) {
   initLowerTable();
@@ -80,18 +81,18 @@ TEST_F(Keys, StringComparison) {
 }
 
 TEST_F(Keys, VariantComparison) {
-  using enum host::VariantType;
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const std::int64_t most32 = 0xFFFFFFFF;
   const struct {
-    Type type;
+    VariantType type;
     Value a, b;
     int order;
     bool isUnsigned = false;
-  } rows[] = {{kInt64, 5, 5, 0},        {kInt32, most32, 1, 1, true}, {kColor, most32, 1, 1},
-              {kSingle, 1.5, 2.5, -1},  {kDouble, 1.5, 1.5, 0},       {kCurrency, 2.5, 1.5, 1},
-              {kDouble, nan, 1.0, 1},   {kDouble, 1.0, nan, 1},       {kDouble, nan, nan, 1},
-              {kText, "abc", "abc", 0}, {kString, "abc", "ABC", 1}};
+  } rows[] = {
+      {kVariantInt64, 5, 5, 0},        {kVariantInt32, most32, 1, 1, true}, {kVariantColor, most32, 1, 1},
+      {kVariantSingle, 1.5, 2.5, -1},  {kVariantDouble, 1.5, 1.5, 0},       {kVariantCurrency, 2.5, 1.5, 1},
+      {kVariantDouble, nan, 1.0, 1},   {kVariantDouble, 1.0, nan, 1},       {kVariantDouble, nan, nan, 1},
+      {kVariantText, "abc", "abc", 0}, {kVariantString, "abc", "ABC", 1}};
   for (const auto& row : rows) {
     SCOPED_TRACE(testing::Message() << "row " << &row - rows);
     const Value keyA = host_.variant(row.type, row.a, row.isUnsigned),
@@ -99,25 +100,28 @@ TEST_F(Keys, VariantComparison) {
     REALobjectStruct *const a = objectOf(keyA), *const b = objectOf(keyB);
     EXPECT_EQ(CompareS(a, VariantOperand(a)), 0) << "equal handles are not looked at, not even for NaN";
     EXPECT_EQ(sign(CompareS(a, b)), row.order);
-    EXPECT_EQ(sign(CompareI(a, b)), row.type == kString ? 0 : row.order);
+    EXPECT_EQ(sign(CompareI(a, b)), row.type == kVariantString ? 0 : row.order);
     if (row.order == 0) {
       EXPECT_EQ(MyGetVariantHashS(a), MyGetVariantHashS(b));
     }
-    if (row.order == 0 || row.type == kString) {
+    if (row.order == 0 || row.type == kVariantString) {
       EXPECT_EQ(MyGetVariantHashI(a), MyGetVariantHashI(b));
     }
   }
   // The host's other kinds of text; what lies between them is none.
   for (const int code : {18, 19, 20, 21, 22, 23, 24}) {
-    const Value a = host_.variant(Type{code}, "abc"), b = host_.variant(Type{code}, "abc");
+    const Value a = host_.variant(VariantType{code}, "abc"), b = host_.variant(VariantType{code}, "abc");
     const bool isText = code != 22 && code != 24;
     EXPECT_EQ(CompareS(objectOf(a), objectOf(b)) == 0, isText) << code;
     EXPECT_EQ(MyGetVariantHashS(objectOf(a)) == 26499u, isText) << code;
   }
   // Different types are told apart by where they lie in memory.
-  const Value others[] = {host_.variant(kInt32, 5),    host_.variant(kInt32, 5, true),
-                          host_.variant(kDouble, 5.0), host_.variant(kString, "5"),
-                          host_.variant(kText, "5"),   host_.scriptObject("5"),
+  const Value others[] = {host_.variant(kVariantInt32, 5),
+                          host_.variant(kVariantInt32, 5, true),
+                          host_.variant(kVariantDouble, 5.0),
+                          host_.variant(kVariantString, "5"),
+                          host_.variant(kVariantText, "5"),
+                          host_.scriptObject("5"),
                           host_.scriptObject("5")};
   for (const Value& a : others) {
     for (const Value& b : others) {
@@ -129,7 +133,20 @@ TEST_F(Keys, VariantComparison) {
   }
   EXPECT_EQ(CompareS(VariantOperand(nullptr), VariantOperand(nullptr)), 0);
   EXPECT_EQ(MyGetVariantHashS(nullptr), 0u);
-  EXPECT_EQ(MyGetVariantHashS(objectOf(host_.variant(kString, "abc"))), 26499u);
+  EXPECT_EQ(MyGetVariantHashS(objectOf(host_.variant(kVariantString, "abc"))), 26499u);
+}
+
+TEST_F(Keys, TextsThatNumbersLeaveAloneShareMoreWhenALargeNodeIsSplit) {
+  // "b" keeps all texts of the first leaf from sharing anything until half of them move to one of their own.
+  OrderedTree<RBStringS, NoValue, LTRBStringS, NodeSizes<512, 64>> tree;
+  tree.findOrInsert(stringOf("b"));
+  for (int i = 512; i > 0; --i) tree.findOrInsert(stringOf("customer " + std::to_string(1000 + i)));
+  const auto* leaf = tree.begin().leaf;
+  EXPECT_EQ(leaf->shared.text(), "");
+  EXPECT_EQ(leaf->next->shared.text(), "customer 1");
+  for (int i = 512; i > 0; --i) {
+    EXPECT_NE(tree.find(stringOf("customer " + std::to_string(1000 + i))), tree.end());
+  }
 }
 
 /// A host that offers only the properties of variants.
@@ -143,8 +160,9 @@ void* resolveProperties(const char* name) {
 TEST_F(Keys, VariantsAreReadThroughPropertiesWhereServicesAreMissing) {
   test::inOwnProcess([this] {
     gResolver = &resolveProperties;
-    EXPECT_EQ(GetVariantType(objectOf(host_.variant(Type::kInt32, 1, true))), kVariantInt32);
-    for (const Type type : {Type::kInt32, Type::kInt64, Type::kColor, Type::kSingle, Type::kDouble}) {
+    EXPECT_EQ(GetVariantType(objectOf(host_.variant(kVariantInt32, 1, true))), kVariantInt32);
+    for (const VariantType type :
+         {kVariantInt32, kVariantInt64, kVariantColor, kVariantSingle, kVariantDouble}) {
       const Value a = host_.variant(type, 7), b = host_.variant(type, 9), same = host_.variant(type, 9);
       EXPECT_EQ(CompareS(objectOf(a), objectOf(b)), -1);
       EXPECT_EQ(CompareS(objectOf(b), objectOf(same)), 0);

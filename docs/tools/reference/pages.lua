@@ -7,7 +7,7 @@ local directory = arg[1]
 local here = arg[0]:match("^(.*/)") or ""
 local families = dofile(here .. "families.lua")
 local sections = dofile(here .. "members.lua")
-local answer = dofile(here .. "examples.lua")
+local answer = dofile(here .. "../examples.lua")
 
 local function stop(message)
   io.stderr:write("reference: ", message, "\n")

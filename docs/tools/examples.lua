@@ -1,4 +1,5 @@
--- Runs example lines as the prompt would, and says what each answers: the text behind the arrow in the documents.
+-- Runs example lines as the prompt would, and says what each answers: the text behind the arrow in the documents. The
+-- reference is written with it, and the check of the other documents holds them to it.
 
 local function show(value)
   if type(value) == "string" then return ("%q"):format(value):gsub("\\\n", "\\n") end

@@ -1,6 +1,6 @@
-// Counted references to host strings and objects, held by the entries of containers.
-#ifndef VORNIK_VALUES_REFERENCE_H
-#define VORNIK_VALUES_REFERENCE_H
+// Counted references to host strings and objects.
+#ifndef VORNIK_FRAME_REFERENCE_H
+#define VORNIK_FRAME_REFERENCE_H
 
 #include <utility>
 
@@ -8,28 +8,28 @@
 
 namespace vornik {
 
+// Null is nothing to count.
 inline void lock(REALstringStruct* string) {
-  REALLockString(string);
+  if (string != nullptr) REALLockString(string);
 }
 inline void lock(REALobjectStruct* object) {
-  REALLockObject(object);
+  if (object != nullptr) REALLockObject(object);
 }
 inline void unlock(REALstringStruct* string) {
-  REALUnlockString(string);
+  if (string != nullptr) REALUnlockString(string);
 }
 inline void unlock(REALobjectStruct* object) {
-  REALUnlockObject(object);
+  if (object != nullptr) REALUnlockObject(object);
 }
 
 /// One reference to a host string or object (variants are objects), or null. Copies take references of their
-/// own. Giving an object's last reference back can run script code.
+/// own. Giving an object's last reference back can run script code, so where a scope changes a container the
+/// owner is declared before the change and outlives it.
 template <typename Handle>
 class Reference {
  public:
   Reference() = default;
-  explicit Reference(Handle* handle) noexcept : handle_(handle) {
-    if (handle_ != nullptr) lock(handle_);
-  }
+  explicit Reference(Handle* handle) noexcept : handle_(handle) { lock(handle_); }
   /// Takes over a reference that the caller holds.
   static Reference adopt(Handle* handle) noexcept {
     Reference reference;
@@ -42,9 +42,7 @@ class Reference {
     std::swap(handle_, other.handle_);
     return *this;
   }
-  ~Reference() {
-    if (handle_ != nullptr) unlock(handle_);
-  }
+  ~Reference() { unlock(handle_); }
 
   Handle* get() const { return handle_; }
   explicit operator bool() const { return handle_ != nullptr; }
@@ -60,4 +58,4 @@ using ObjectReference = Reference<REALobjectStruct>;
 
 }  // namespace vornik
 
-#endif  // VORNIK_VALUES_REFERENCE_H
+#endif  // VORNIK_FRAME_REFERENCE_H
