@@ -11,27 +11,34 @@ import matplotlib
 
 matplotlib.use("svg")
 import matplotlib.pyplot as plot  # noqa: E402
-from matplotlib.ticker import FuncFormatter, NullFormatter, NullLocator  # noqa: E402
+from matplotlib.ticker import FixedLocator, FuncFormatter, NullLocator  # noqa: E402
 
 from figures import Results  # noqa: E402
 
 INK = "#123456"  # stands for the reader's text colour, light or dark
-COLOURS = {"ours": "#e5484d", "insensitive": "#d98200", "std": "#3b82f6", "absl": "#2a9d6f"}
+COLOURS = {"ours": "#e5484d", "std": "#3b82f6", "absl": "#2a9d6f"}
 ORDERED, HASH = "IntegerToIntegerOrderedMapQZR", "IntegerToIntegerHashMapQZR"
 RIVALS = {ORDERED: ("std::map", "absl::btree_map"), HASH: ("std::unordered_map", "absl::flat_hash_map")}
 LIBRARIES = (("clang", "libc++"), ("release", "libstdc++"))
+WIDTH = 5.2  # inches: what a telephone still shows in letters that can be read
+PIXELS = 1.7  # of a point, where there is space
+NOTES = {
+    "miss beyond": "miss beyond: keys greater than all that are there.",
+    "first walk": "first walk: makes the positions of the entries on its way.",
+    "second walk": "second walk: finds the positions that the first one made.",
+    "remove middle third": "remove middle third: a range, for each entry removed.",
+}
 
 plot.rcParams.update({
-    "svg.fonttype": "none", "svg.hashsalt": "vornik", "font.family": "sans-serif", "font.size": 10,
+    "svg.fonttype": "none", "svg.hashsalt": "vornik", "font.family": "sans-serif", "font.size": 11,
     "text.color": INK, "axes.edgecolor": INK, "axes.labelcolor": INK, "axes.titlecolor": INK, "xtick.color": INK,
-    "ytick.color": INK, "axes.titlesize": 10, "axes.spines.top": False, "axes.spines.right": False, "axes.grid": True,
-    "grid.color": "#808080", "grid.alpha": 0.3, "legend.frameon": False, "lines.linewidth": 1.8,
+    "ytick.color": INK, "axes.titlesize": 11, "axes.spines.top": False, "axes.spines.right": False, "axes.grid": True,
+    "grid.color": "#808080", "grid.alpha": 0.3, "legend.frameon": False, "legend.columnspacing": 1.2,
+    "lines.linewidth": 1.8,
 })
 
 
 def colour(subject):
-    if "insensitive" in subject:
-        return COLOURS["insensitive"]
     return COLOURS[next((prefix for prefix in ("std", "absl") if subject.startswith(prefix)), "ours")]
 
 
@@ -54,167 +61,237 @@ def save(figure, folder, name, title):
     figure.savefig(path, transparent=True, bbox_inches="tight", metadata={"Date": None, "Creator": None})
     plot.close(figure)
     svg = path.read_text().replace(INK, "currentColor")
+    svg = re.sub(r'(width|height)="([0-9.]+)pt"', lambda m: f'{m[1]}="{float(m[2]) * PIXELS:.0f}"', svg, count=2)
     style = ("<style>.chart{color:#1f2328}@media(prefers-color-scheme:dark){.chart{color:#e6edf3}}</style>"
              f"<title>{title}</title>")
     svg = re.sub(r"(<svg )([^>]*>)", lambda m: f'{m[1]}class="chart" role="img" {m[2]}{style}', svg, count=1)
     path.write_text("\n".join(line.rstrip() for line in svg.splitlines()) + "\n")
 
 
-def legend_above(figure, axes):
-    handles, labels = axes.get_legend_handles_labels()
-    figure.legend(handles, labels, loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=len(labels))
+def legend_above(figure, handles, labels, columns):
+    figure.legend(handles, labels, loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=columns)
+
+
+def label_several(axis, low, high, text, most):
+    """Labels on a logarithmic axis: as many round numbers as there is space for."""
+    def between(steps):
+        return [step * 10.0**power for power in range(-3, 12) for step in steps if low <= step * 10.0**power <= high]
+    fitting = [values for steps in ((1, 1.5, 2, 3, 5, 7), (1, 2, 5), (1, 3), (1,))
+               if len(values := between(steps)) <= most]
+    values = fitting[0] if fitting else between((1,))[::2]
+    axis.set_major_locator(FixedLocator(values))
+    axis.set_major_formatter(FuncFormatter(lambda value, _: text(round(value, 6))))
+    axis.set_minor_locator(NullLocator())
 
 
 def lines_by_size(axes, results, suite, group, keys, operation, subjects, sizes, unit="ns"):
+    drawn = []
     for subject, label in subjects:
         points = [(size, results.figure(suite, group, keys, size, operation, subject, unit)) for size in sizes]
         points = [point for point in points if point[1]]
+        drawn += points
         if points:
-            axes.plot(*zip(*points), marker="o", markersize=4, color=colour(subject), label=label,
-                      linestyle="-" if subject == "registered" or "::" not in subject else "--")
+            raw, open_marker = "::" in subject, subject == "case-insensitive"
+            axes.plot(*zip(*points), marker="o", markersize=4.5, color=colour(subject), label=label,
+                      markerfacecolor="none" if open_marker else colour(subject),
+                      linestyle="--" if raw else ":" if open_marker else "-")
+    if not drawn:
+        return
     axes.set_xscale("log")
+    xs = sorted({size for size, _ in drawn})
+    axes.xaxis.set_major_locator(FixedLocator(xs if len(xs) <= 4 else xs[::2]))
     axes.xaxis.set_major_formatter(FuncFormatter(lambda value, _: short(value)))
+    axes.xaxis.set_minor_locator(NullLocator())
     if unit == "ns":
         axes.set_yscale("log")
-        axes.yaxis.set_major_formatter(FuncFormatter(lambda value, _: duration(value)))
+        label_several(axes.yaxis, *axes.get_ylim(), duration, 5)
     else:
         axes.set_ylim(bottom=0)
-    for axis in (axes.xaxis, axes.yaxis):
-        axis.set_minor_formatter(NullFormatter())
-        axis.set_minor_locator(NullLocator())
 
 
-def panels(results, folder, name, title, rows, columns, height=2.4):
-    """Small charts over the number of entries; `rows` has (title, suite, group, keys, operation, subjects, sizes)."""
-    figure, grid = plot.subplots(-(-len(rows) // columns), columns, squeeze=False, layout="constrained",
-                                 figsize=(3.0 * columns, height * -(-len(rows) // columns)))
+def panels(results, folder, name, title, rows, height=1.75):
+    """Small charts over the number of entries, two in a row; `rows` has (title, suite, group, keys, operation, subjects,
+    sizes)."""
+    lines = -(-len(rows) // 2)
+    figure, grid = plot.subplots(lines, 2, squeeze=False, layout="constrained", figsize=(WIDTH, height * lines))
     for axes, (heading, *line) in zip(grid.flat, rows):
         lines_by_size(axes, results, *line)
         axes.set_title(heading)
     for axes in grid[-1, :]:
         axes.set_xlabel("entries")
-    legend_above(figure, grid.flat[0])
+    handles, labels = grid.flat[0].get_legend_handles_labels()
+    legend_above(figure, handles, labels, 2 if len(labels) == 4 or max(map(len, labels)) > 24 else len(labels))
     save(figure, folder, name, title)
 
 
 def integer_charts(results, folder):
     for group, name in ((ORDERED, "integer-ordered"), (HASH, "integer-hash")):
-        subjects = [("registered", f"{group}, called as the host calls it")] + [(rival, rival) for rival in RIVALS[group]]
+        subjects = [("registered", group)] + [(rival, rival) for rival in RIVALS[group]]
         operations = ("set", "get", "miss", "remove", "copy", "second walk")
         sizes = (10**3, 10**5, 10**6, 10**7)
         panels(results, folder, name, f"Nanoseconds an operation of {group}, random keys",
-               [(operation, "integer-bench", group, "random", operation, subjects, sizes) for operation in operations], 3)
+               [("second walk: positions\nare there from the first" if operation == "second walk" else operation,
+                 "integer-bench", group, "random", operation, subjects, sizes) for operation in operations])
 
 
-def ratio_chart(results, folder, name, title, rows):
-    """`rows` has (label, suite, group, keys, operation, rivals); a dot for every size and rival."""
-    figure, axes = plot.subplots(figsize=(8, 0.34 * len(rows) + 1), layout="constrained")
+def named_rows(axes, rows):
+    """Labels of rows; those that are a heading stand for no row of their own."""
+    axes.set_yticks(range(len(rows)), [row[0] for row in rows])
+    for label, row in zip(axes.get_yticklabels(), rows):
+        if len(row) == 1:
+            label.set_fontweight("bold")
+    axes.tick_params(axis="y", length=0)
+    axes.set_ylim(len(rows) - 0.4, -0.6)
+
+
+def ratio_chart(results, folder, name, title, rows, note):
+    """`rows` has (heading,) or (label, suite, group, keys, operation, rivals, ours); a dot for every size and rival."""
+    figure, axes = plot.subplots(figsize=(WIDTH, 0.27 * len(rows) + 0.8), layout="constrained")
     markers = {10**3: "o", 10**5: "s", 10**6: "D"}
-    for at, (_, suite, group, keys, operation, rivals) in enumerate(rows):
+    for at, row in enumerate(rows):
+        if len(row) == 1:
+            continue
+        _, suite, group, keys, operation, rivals, subject = row
         for rival in rivals:
             for size, marker in markers.items():
-                ours = results.figure(suite, group, keys, size, operation, "registered")
+                ours = results.figure(suite, group, keys, size, operation, subject)
                 theirs = results.figure(suite, group, keys, size, operation, rival)
                 if ours and theirs:
                     axes.plot(ours / theirs, at, marker=marker, markersize=6, color=colour(rival), linestyle="none",
                               markerfacecolor="none" if rival.startswith("absl") else colour(rival))
     axes.axvline(1, color=INK, linewidth=1)
     axes.set_xscale("log")
-    low, high = axes.get_xlim()
-    ticks = [tick for tick in (0.01, 0.02, 0.05, 0.1, 0.2, 0.5, 1, 2, 5, 10, 20, 50, 100, 200) if low <= tick <= high]
-    axes.set_xticks(ticks, [f"{tick:g}" for tick in ticks])
-    axes.xaxis.set_minor_locator(NullLocator())
-    axes.set_yticks(range(len(rows)), [row[0] for row in rows])
-    axes.invert_yaxis()
-    axes.set_xlabel("time of the registered function, theirs being 1: left of the line is faster")
-    keys = [plot.Line2D([], [], marker=marker, linestyle="none", color=INK, label=f"{short(size)} entries")
-            for size, marker in markers.items()]
-    keys += [plot.Line2D([], [], marker="o", linestyle="none", color=COLOURS["std"], label="to the standard library's"),
-             plot.Line2D([], [], marker="o", linestyle="none", color=COLOURS["absl"], markerfacecolor="none",
-                         label="to Abseil's")]
-    figure.legend(handles=keys, loc="lower center", bbox_to_anchor=(0.5, 1.0), ncols=3)
+    label_several(axes.xaxis, *axes.get_xlim(), lambda value: f"{value:g}", 7)
+    named_rows(axes, rows)
+    axes.set_xlabel("time, theirs being 1: left of the line, ours is faster" + "".join("\n" + line for line in note),
+                    loc="right", multialignment="left")
+    keys = [plot.Line2D([], [], marker=marker, linestyle="none", color=INK) for marker in markers.values()]
+    keys += [plot.Line2D([], [], marker="o", linestyle="none", color=COLOURS["std"]),
+             plot.Line2D([], [], marker="o", linestyle="none", color=COLOURS["absl"], markerfacecolor="none")]
+    labels = [f"{short(size)} entries" for size in markers] + ["to the standard library", "to Abseil"]
+    legend_above(figure, keys, labels, 2)
     save(figure, folder, name, title)
 
 
 def ratio_charts(results, folder):
     operations = ("set", "get", "miss", "miss beyond", "remove", "copy", "first walk", "second walk", "remove middle third")
-    rows = [(f"{kind}: {operation}", "integer-bench", group, "random", operation, RIVALS[group])
-            for group, kind in ((ORDERED, "ordered"), (HASH, "hash")) for operation in operations
-            if (group, operation) != (HASH, "miss beyond")]
-    ratio_chart(results, folder, "integer-ratios", "Integer maps beside the maps of C++, random keys", rows)
-    rows = [(f"{kind}, {keys}: {operation}", "text-bench", f"StringToString{kind}MapQZR", keys, operation, rivals)
-            for kind, rivals in (("Ordered", RIVALS[ORDERED]), ("Hash", RIVALS[HASH]))
-            for keys in ("customer N", "URLs") for operation in ("set", "get", "miss", "remove")]
-    ratio_chart(results, folder, "string-ratios", "Case-sensitive String maps beside the maps of C++", rows)
+    rows = []
+    for group, kind in ((ORDERED, "Ordered"), (HASH, "Hash")):
+        rows.append((kind,))
+        rows += [(operation, "integer-bench", group, "random", operation, RIVALS[group], "registered")
+                 for operation in operations if (group, operation) != (HASH, "miss beyond")]
+    ratio_chart(results, folder, "integer-ratios", "Integer maps beside the maps of C++, random keys", rows,
+                [NOTES[operation] for operation in operations if operation in NOTES])
+    rows = []
+    for kind, rivals in (("Ordered", RIVALS[ORDERED]), ("Hash", RIVALS[HASH])):
+        for keys in ("customer N", "URLs"):
+            rows.append((f"{kind}, {keys}",))
+            rows += [(operation + suffix, "text-bench", f"StringToString{kind}MapQZR", keys, operation, rivals, subject)
+                     for subject, suffix, operations in (("registered", "", ("set", "get", "miss", "remove")),
+                                                         ("case-insensitive", ", any case", ("set", "get")))
+                     for operation in operations]
+    ratio_chart(results, folder, "string-ratios", "String maps beside the maps of C++", rows,
+                ["any case: a case-insensitive map of ours beside the", "same maps of C++, which tell letter case apart"])
+
+
+def rival_names(group):
+    return [(rival, "the standard library's" if rival.startswith("std") else "Abseil's") for rival in RIVALS[group]]
 
 
 def string_chart(results, folder):
     rows = []
-    for kind, group in (("Ordered", ORDERED), ("Hash", HASH)):
-        subjects = [("registered", "case-sensitive"), ("case-insensitive", "case-insensitive")]
-        subjects += [(rival, "the standard library's" if rival.startswith("std") else "Abseil's")
-                     for rival in RIVALS[group]]
-        rows += [(f"{kind}, {keys}: {operation}", "text-bench", f"StringToString{kind}MapQZR", keys, operation, subjects,
-                  (10**3, 10**5, 10**6)) for keys in ("customer N", "URLs") for operation in ("set", "get")]
-    panels(results, folder, "string-keys", "Nanoseconds an operation of maps with String keys", rows, 4)
+    for keys in ("customer N", "URLs"):
+        for operation in ("set", "get"):
+            for kind, group in (("Ordered", ORDERED), ("Hash", HASH)):
+                subjects = [("registered", "ours, case-sensitive"), ("case-insensitive", "ours, any case"), *rival_names(group)]
+                rows.append((f"{kind}, {keys}: {operation}", "text-bench", f"StringToString{kind}MapQZR", keys, operation,
+                             subjects, (10**3, 10**5, 10**6)))
+    panels(results, folder, "string-keys", "Nanoseconds an operation of maps with String keys", rows)
 
 
-def bars(results, folder, name, title, suite, rows, series, unit, xlabel):
-    """`rows` has (label, group, keys, size, operation-or-subject...); `series` tells the bars of a row."""
-    figure, axes = plot.subplots(figsize=(8, 0.26 * len(rows) * len(series) + 1.0), layout="constrained")
-    height = 0.8 / len(series)
-    for number, (label, bar_colour, value_of) in enumerate(series):
-        measured = [value_of(results, suite, row, unit) for row in rows]
-        values = [value or 0 for value in measured]
-        positions = [at + (number - (len(series) - 1) / 2) * height for at in range(len(rows))]
-        drawn = axes.barh(positions, values, height * 0.9, color=bar_colour, label=label)
-        axes.bar_label(drawn, ["" if value is None else f"{value:.1f}" for value in measured], padding=3, color=INK, fontsize=8)
-    axes.set_yticks(range(len(rows)), [row[0] for row in rows])
-    axes.invert_yaxis()
+def bars(folder, name, title, rows, xlabel, legend=()):
+    """`rows` has (heading,) or (label, [(value, colour, opacity)...]); bars of one row lie one under the other."""
+    figure, axes = plot.subplots(figsize=(WIDTH, 0.33 * len(rows) + 0.8), layout="constrained")
+    for at, row in enumerate(rows):
+        if len(row) == 1:
+            continue
+        height = 0.84 / len(row[1])
+        for number, (value, bar_colour, opacity) in enumerate(row[1]):
+            drawn = axes.barh(at + (number - (len(row[1]) - 1) / 2) * height, value, height * 0.9, color=bar_colour,
+                              alpha=opacity)
+            axes.bar_label(drawn, [f"{value:.1f}"], padding=3, color=INK, fontsize=9.5)
+    named_rows(axes, rows)
     axes.grid(axis="y", visible=False)
-    axes.set_xlabel(xlabel)
-    if len(series) > 1:
-        legend_above(figure, axes)
+    axes.margins(x=0.12)
+    axes.set_xlabel(xlabel, loc="right", multialignment="left")
+    if legend:
+        handles = [plot.Rectangle((0, 0), 1, 1, color=bar_colour, alpha=opacity) for _, bar_colour, opacity in legend]
+        legend_above(figure, handles, [label for label, *_ in legend], len(legend))
     save(figure, folder, name, title)
 
 
+def merged(labels):
+    """The labels in one, in lines of moderate length; "8, 24 bytes" of "8 bytes in common" and "24 bytes in common"."""
+    sizes = [label.split()[0] for label in labels if label.endswith(" bytes in common")]
+    others = [label for label in labels if not label.endswith(" bytes in common")]
+    lines = []
+    for label in others + ([", ".join(sizes) + " bytes"] if sizes else []):
+        if lines and len(lines[-1]) + len(label) < 20:
+            lines[-1] += ", " + label
+        else:
+            lines.append(label)
+    return ",\n".join(lines)
+
+
+def merged_rows(found):
+    """Of (label, values): one row for all that agree to a tenth, in the order of the first."""
+    rows = {}
+    for label, values in found:
+        rows.setdefault(tuple(round(value, 1) for value in values), []).append(label)
+    return [(merged(labels), values) for values, labels in rows.items()]
+
+
 def memory_chart(results, folder):
-    rows = [(subject if "::" in subject else group, group, subject)
-            for group in (ORDERED, HASH) for subject in ("registered", *RIVALS[group])]
-    shades = {"random load": "#e5484d", "walked": "#d98200", "nine tenths removed": "#3b82f6", "cleared": "#2a9d6f"}
-    series = [(operation, shade, lambda results, suite, row, unit, operation=operation:
-               results.figure(suite, row[1], "random", 10**6, operation, row[2], unit))
-              for operation, shade in shades.items()]
-    bars(results, folder, "memory", "Bytes an entry of a million Integers to Integers", "memory-bench", rows, series,
-         "bytes", "allocated bytes for each entry of the full map, 1,000,000 entries")
+    rows = []
+    operations = {"random load": "filled", "walked": "walked", "nine tenths removed": "nine tenths removed",
+                  "cleared": "cleared"}
+    for group in (ORDERED, HASH):
+        for subject in ("registered", *RIVALS[group]):
+            found = [(label, results.figure("memory-bench", group, "random", 10**6, operation, subject, "bytes"))
+                     for operation, label in operations.items()]
+            rows.append((subject if "::" in subject else group.removesuffix("QZR"),))
+            rows += [(label, [(values[0], colour(subject), 1)])
+                     for label, values in merged_rows((label, (value,)) for label, value in found if value is not None)]
+    bars(folder, "memory", "Bytes an entry of a million Integers to Integers", rows,
+         "allocated bytes for each of 1,000,000 entries")
 
 
 def host_calls_chart(results, folder):
     shapes = ("nothing in common", "customer 000017", "URLs", "paths", "8 bytes in common", "24 bytes in common",
               "40 bytes in common", "100 bytes in common")
-    rows = [(f"{kind}: {shape}", f"{base}To{base}OrderedMapQZR, {kind}", shape)
-            for base, kind in (("String", "String"), ("Variant", "text Variant")) for shape in shapes]
-    rows.append(("Int64 Variant", "VariantToVariantOrderedMapQZR, Int64 Variant", "random"))
-    series = [(subject, colour(subject), lambda results, suite, row, unit, subject=subject:
-               results.figure(suite, row[1], row[2], 50_000, "hit", subject, unit))
-              for subject in ("case-sensitive", "insensitive")]
-    bars(results, folder, "host-calls", "Host calls of a lookup in ordered maps", "host-calls", rows, series, "calls",
-         "host calls of a lookup that hits, among 50,000 keys")
+    rows, ours = [], COLOURS["ours"]
+    for heading, group, of in (("String keys", "StringToStringOrderedMapQZR, String", shapes),
+                               ("Variants of text", "VariantToVariantOrderedMapQZR, text Variant", shapes),
+                               ("Variants of Int64", "VariantToVariantOrderedMapQZR, Int64 Variant", ("random",))):
+        found = [(shape, [results.figure("host-calls", group, shape, 50_000, "hit", subject, "calls")
+                          for subject in ("case-sensitive", "insensitive")]) for shape in of]
+        rows.append((heading,))
+        rows += [(label, [(values[0], ours, 1), (values[1], ours, 0.45)])
+                 for label, values in merged_rows((shape, values) for shape, values in found if None not in values)]
+    bars(folder, "host-calls", "Host calls of a lookup in ordered maps", rows,
+         "host calls of a lookup that hits, among 50,000 keys;\nN bytes: so many in common at the start of all keys",
+         [("case-sensitive", ours, 1), ("any case", ours, 0.45)])
 
 
 def growth_chart(results, folder):
     sizes = [10**power for power in range(3, 8)]
     rows = []
-    for group, kind in ((ORDERED, "ordered"), (HASH, "hash")):
-        subjects = [("registered", "ours")]
-        subjects += [(rival, "the standard library's" if rival.startswith("std") else "Abseil's")
-                     for rival in RIVALS[group]]
-        for operation, unit in (("set", "ns"), ("longest set", "ns"), ("get", "ns"), ("allocated", "bytes")):
-            heading = {"set": "an insertion", "longest set": "the longest insertion", "get": "a lookup",
-                       "allocated": "bytes an entry"}[operation]
-            rows.append((f"{kind}: {heading}", "memory-bench", f"{group}, growth", "random", operation, subjects, sizes,
-                         unit))
-    panels(results, folder, "growth", "Growth to ten million entries, random Integer keys", rows, 4)
+    for operation, unit, heading in (("set", "ns", "an insertion"), ("longest set", "ns", "the longest insertion"),
+                                     ("get", "ns", "a lookup"), ("allocated", "bytes", "bytes an entry")):
+        for group, kind in ((ORDERED, "ordered"), (HASH, "hash")):
+            rows.append((f"{kind}: {heading}", "memory-bench", f"{group}, growth", "random", operation,
+                         [("registered", "ours"), *rival_names(group)], sizes, unit))
+    panels(results, folder, "growth", "Growth to ten million entries, random Integer keys", rows)
 
 
 def number(value):

@@ -51,7 +51,7 @@ reaches, or the very Variant object that was stored.]]
 
 local hash = [[
 A hash table. Entries are visited in the order of the table's chain: the same for the same history of changes, and
-otherwise nothing to build on.]]
+otherwise not to be relied on.]]
 
 -- Words of the examples: three keys, one that is absent, one between the first two, one behind all in the order of the
 -- walk, classes, and types.

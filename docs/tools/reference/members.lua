@@ -21,7 +21,7 @@ end
 
 local function comparisonRaises(message)
   return ('NilObjectException "%s" where `other` is Nil, and for '):format(message) .. withoutPosition
-    .. "; as `other`, such a one is equal to none."
+    .. "; as `other`, such an iterator is equal to none."
 end
 
 local making = {
@@ -431,7 +431,7 @@ not initialized" for the object itself, and for an object without a container; t
   {
     name = "Constructor(dic)",
     text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types; it
-may make 0 of a text that is no number. Where two keys convert to the same Integer, the later value stays. From a
+may make 0 of a text that is not a number. Where two keys convert to the same Integer, the later value stays. From a
 Dictionary that is nil, an empty map.]],
     cost = "as many insertions as the Dictionary has entries.",
     example = {
