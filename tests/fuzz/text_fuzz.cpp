@@ -1,9 +1,4 @@
-// Text views and the decoder on raw bytes in every encoding, against a library's decoder; and the heads of
-// texts against the texts.
-#include <unicode/utf16.h>
-#include <unicode/utf8.h>
-
-#include <memory>
+// Text views on raw bytes in every encoding, and the heads of texts against the texts.
 #include <string>
 
 #include "plugin/frame/globals.h"
@@ -17,42 +12,6 @@ namespace vornik::fuzz {
 namespace {
 
 using host::Value;
-
-struct Decoded {
-  std::u16string units;
-  std::int64_t consumed = 0;
-};
-
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"  // in the library's macros
-Decoded decodedByTheLibrary(const std::string& bytes) {
-  Decoded decoded;
-  const auto length = static_cast<std::int32_t>(bytes.size());
-  for (std::int32_t i = 0; i < length; decoded.consumed = i) {
-    UChar32 point = 0;
-    U8_NEXT(bytes.data(), i, length, point);
-    if (point < 0) break;
-    if (point == 0xFEFF || point == 0xFFFE) continue;
-    UChar units[2];
-    std::int32_t count = 0;
-    U16_APPEND_UNSAFE(units, count, point);
-    decoded.units.append(units, static_cast<std::size_t>(count));
-  }
-  return decoded;
-}
-
-#pragma GCC diagnostic pop
-
-void checkDecoder(const std::string& bytes) {
-  // Rooms of the very size, for the sanitizer to see every byte beyond.
-  const auto exact = std::make_unique<char[]>(bytes.size());
-  std::copy(bytes.begin(), bytes.end(), exact.get());
-  const auto units = std::make_unique<std::uint16_t[]>(bytes.size());
-  const DecodedUTF8 ours = decodeUTF8(exact.get(), static_cast<std::int64_t>(bytes.size()), units.get());
-  const Decoded theirs = decodedByTheLibrary(bytes);
-  if (ours.consumed != theirs.consumed) fault("the decoder stops elsewhere");
-  if (std::u16string(units.get(), units.get() + ours.units) != theirs.units) fault("other units");
-}
 
 std::string checkView(const Value& string, const std::string& bytes, bool utf16First) {
   rbText text(string.string().get());
@@ -106,7 +65,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t shared = input.byte();
   const std::string common(input.below(8) == 7 ? 120 : input.below(4) * 8, 'p');
   const std::string first = common + input.bytes(input.below(64)), second = common + input.bytes(4096);
-  checkDecoder(second);
   const Value a = host.string(first, encoding), b = host.string(second, other);
   const auto before = host.ledger();
   const auto upToZero = [](const std::string& text) { return text.substr(0, text.find('\0')); };

@@ -1,5 +1,9 @@
 #include "plugin/values/text.h"
 
+#include <algorithm>
+#include <span>
+
+#include "host/encodings.h"
 #include "plugin/frame/host_services.h"
 #include "plugin/values/string_keys.h"
 #include "tests/support/captured_log.h"
@@ -29,140 +33,147 @@ Forms formsOf(const host::Value& string) {
           std::u16string(text.utf16.data, text.utf16.data + text.utf16.length)};
 }
 
+// Those of single bytes come first.
+constexpr std::uint32_t kEncodings[] = {kEncodingMacRoman, kEncodingISOLatin1, kEncodingWindowsLatin1,
+                                        kEncodingASCII,    kEncodingUTF8,      kEncodingUnknown,
+                                        kEncodingUTF16,    kEncodingUTF16BE,   kEncodingUTF16LE,
+                                        kEncodingUTF32,    kEncodingUTF32BE,   kEncodingUTF32LE};
+
+// Whose first byte is the least that is not ASCII, in one of them.
 TEST_F(Text, TheSameTextInEveryEncodingHasTheSameForms) {
-  const std::pair<std::vector<std::uint32_t>, std::string> rows[] = {
-      {{kEncodingUTF8}, "\xC3\xA9!"},
-      {{kEncodingMacRoman, kEncodingUnknown}, "\x8E!"},
-      {{kEncodingISOLatin1, kEncodingWindowsLatin1}, "\xE9!"},
-      {{kEncodingUTF16, kEncodingUTF16LE}, "\xE9\0!\0"s},
-      {{kEncodingUTF16BE}, "\0\xE9\0!"s},
-      {{kEncodingUTF32, kEncodingUTF32LE}, "\xE9\0\0\0!\0\0\0"s},
-      {{kEncodingUTF32BE}, "\0\0\0\xE9\0\0\0!"s}};
-  for (const auto& [encodings, bytes] : rows) {
-    for (const std::uint32_t encoding : encodings) {
-      const Forms forms = formsOf(host_.string(bytes, encoding));
-      EXPECT_EQ(forms.utf8, "\xC3\xA9!") << std::hex << encoding;
-      EXPECT_EQ(forms.utf16, u"\u00E9!") << std::hex << encoding;
-    }
+  for (const std::uint32_t encoding : kEncodings) {
+    EXPECT_EQ(formsOf(host_.string("", encoding)).utf16, u"");
+    if (encoding == kEncodingASCII) continue;
+    const Forms forms = formsOf(host_.string(*host::encode(u"\u00C4!", encoding), encoding));
+    EXPECT_EQ(forms.utf8, "\xC3\x84!") << std::hex << encoding;
+    EXPECT_EQ(forms.utf16, u"\u00C4!") << std::hex << encoding;
   }
 }
 
 TEST_F(Text, AsciiPointsIntoTheHostsBytesWhateverItIsDeclaredAs) {
-  for (const std::uint32_t encoding : {kEncodingMacRoman, kEncodingISOLatin1, kEncodingWindowsLatin1,
-                                       kEncodingASCII, kEncodingUTF8, kEncodingUnknown}) {
+  for (const std::uint32_t encoding : std::span(kEncodings).first(6)) {
     const host::Value string = host_.string("abc", encoding);
+    EXPECT_EQ(formsOf(string).utf16, u"abc");
     rbText text(stringOf(string));
     if (text.utf8.length < 0) text.ConvertUTF8();
     EXPECT_EQ(text.utf8.data, REALGetStringContents(stringOf(string)).bytes);
-    EXPECT_EQ(text.utf8.length, 3);
-    text.ConvertUTF16();
+    text.CheckASCII();
     EXPECT_EQ(text.classification(), rbText::PureASCII);
-    EXPECT_EQ(std::u16string(text.utf16.data, text.utf16.data + text.utf16.length), u"abc");
-    EXPECT_EQ(formsOf(host_.string("", encoding)).utf16, u"");
   }
-  EXPECT_EQ(formsOf(host_.string("", kEncodingUTF16)).utf16, u"");
   EXPECT_EQ(formsOf(host::StringRef()).utf8, "");
   EXPECT_EQ(rbText(nullptr).classification(), rbText::PureASCII);
 }
 
-TEST_F(Text, TheDecoderStopsAtTheFirstIllegalSequence) {
-  const auto expect = [&](const std::string& bytes, const std::u16string& units, int illegalAt = -1) {
-    const host::Value string = host_.string(bytes, kEncodingUTF8);
-    std::vector<std::string> log{"QZR Debug: Try UTF8 to UTF16 conversion..."};
-    if (illegalAt >= 0) log.push_back("QZR Debug: Illegal UTF-8 sequence! " + std::to_string(illegalAt));
-    Forms forms;
-    EXPECT_EQ(logLinesOf([&] { forms = formsOf(string); }), log);
-    EXPECT_EQ(forms.utf16, units) << ::testing::PrintToString(bytes);
-    EXPECT_EQ(forms.utf8, bytes);
-  };
-  for (const char* illegal :
-       {"\xC0\x80", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80",
-        "\xF5\x80\x80\x80", "\xC3", "\xC3\xC0", "\xE1\xC0\x80", "\xE1\x80\xC0", "\xF1\x80\xC0\x80"}) {
-    expect(illegal, u"", 0);
-  }
-  expect("x\x80", u"x", 1);
-  expect("a\xC3(b", u"a", 1);
-  expect("ab\xE2\x82", u"ab", 2);
-  expect("\xC3\xA9\xED\x9F\xBF", u"\u00E9\uD7FF");
-  expect("\xED\x80\x80", u"\uD000");
-  expect("\xC2\x80\xDF\xBF\xE0\xA0\x80\xE1\x80\x80\xEF\xBF\xBF", u"\u0080\u07FF\u0800\u1000\uFFFF");
-  expect("\xF0\x90\x80\x80\xF1\x80\x80\x80", u"\U00010000\U00040000");
-  expect("\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", u"\U0001F600\U0010FFFF");
-  expect("a\xEF\xBB\xBF\xEF\xBF\xBE\xC3\xA9", u"a\u00E9");
-  expect("\xE2\x82\xAC\0\xC3\xA9"s, u"\u20AC\0\u00E9"s);
+/// The decoder ends where the stand-in's has to replace something first, and leaves out the marks.
+void expectDecodedAsByTheStandIn(const std::string& bytes) {
+  std::vector<std::uint16_t> units(bytes.size());
+  const std::string more = bytes + "\xBF\xBF\xBF";  // for who reads on
+  const DecodedUTF8 ours = decodeUTF8(more.data(), std::ssize(bytes), units.data());
+  std::u16string theirs = *host::decode(bytes, kEncodingUTF8);
+  theirs.resize(std::min(theirs.find(u'\uFFFD'), theirs.size()));
+  EXPECT_EQ(ours.consumed, std::ssize(*host::encode(theirs, kEncodingUTF8)))
+      << testing::PrintToString(bytes.substr(0, 8));
+  std::erase_if(theirs, [](char16_t unit) { return unit == u'\uFEFF' || unit == u'\uFFFE'; });
+  units.resize(static_cast<std::size_t>(ours.units));
+  const auto found = std::ranges::mismatch(units, theirs);
+  EXPECT_TRUE(found.in1 == units.end() && found.in2 == theirs.end())
+      << "at unit " << found.in1 - units.begin() << " of " << testing::PrintToString(bytes.substr(0, 8));
 }
 
-// A host whose converted text is not what it should be: the record points here.
+TEST_F(Text, EveryCodePointIsDecodedToItsUnits) {
+  std::u16string units;
+  for (std::uint32_t point = 0; point <= 0x10FFFF; ++point) {
+    if ((point >= 0xD800 && point <= 0xDFFF) || point == 0xFFFD) continue;
+    if (point > 0xFFFF) units += static_cast<char16_t>(0xD7C0 + (point >> 10));
+    units += static_cast<char16_t>(point > 0xFFFF ? 0xDC00 + point % 0x400 : point);
+  }
+  expectDecodedAsByTheStandIn(*host::encode(units, kEncodingUTF8));
+}
+
+TEST_F(Text, TheFirstIllegalSequenceEndsTheText) {
+  const std::string before = "\xE2\x82\xAC";
+  for (int lead = 0x80; lead <= 0xFF; ++lead) {
+    const std::string cut = before + static_cast<char>(lead);
+    expectDecodedAsByTheStandIn(cut);
+    for (int second = 0; second <= 0xFF && !HasFailure(); ++second) {
+      for (const char* rest : {"", "\x7F", "\x80", "\xC0", "\x80\x7F", "\xBF\x80", "\x80\xBF", "\xBF\xC0",
+                               "\x7F\x80", "\xC0\xBF"}) {
+        expectDecodedAsByTheStandIn(cut + static_cast<char>(second) + rest);
+      }
+    }
+  }
+  for (const std::uint32_t encoding : {kEncodingUTF8, kEncodingASCII}) {
+    const host::Value string = host_.string(before + "\xC3(b", encoding);
+    EXPECT_THAT(
+        logLinesOf([&] { EXPECT_EQ(formsOf(string).utf16, u"\u20AC"); }),
+        ElementsAre("QZR Debug: Try UTF8 to UTF16 conversion...", "QZR Debug: Illegal UTF-8 sequence! 3"));
+  }
+}
+
+// A host whose converted text is not what it should be: the record points here; and that has no bytes.
 std::u16string hostText;
 std::int64_t hostBytes;
-bool giveText(REALstringStruct*, std::uint32_t, REALstringData* record) {
-  record->data = hostText.data();
-  record->byteLength = hostBytes;
-  return true;
-}
 int disposed = 0;
-void dispose(REALstringData*) {
-  ++disposed;
-}
 void* resolveOddHost(const char* name) {
-  if (std::string_view(name) == "PluginGetStringData") return reinterpret_cast<void*>(&giveText);
-  if (std::string_view(name) == "PluginDisposeStringData") return reinterpret_cast<void*>(&dispose);
+  constexpr bool (*giveText)(REALstringStruct*, std::uint32_t, REALstringData*) = [](auto, auto,
+                                                                                     auto record) {
+    record->data = hostText.empty() ? nullptr : hostText.data();
+    record->byteLength = hostBytes;
+    return true;
+  };
+  constexpr void (*dispose)(REALstringData*) = [](REALstringData*) { ++disposed; };
+  constexpr const char* (*noBytes)(REALstringStruct*) = [](REALstringStruct*) -> const char* {
+    return nullptr;
+  };
+  if (std::string_view(name) == "PluginGetStringData") return reinterpret_cast<void*>(giveText);
+  if (std::string_view(name) == "PluginDisposeStringData") return reinterpret_cast<void*>(dispose);
+  if (std::string_view(name) == "StringGetCString") return reinterpret_cast<void*>(noBytes);
   return host::Host::resolve(name);
 }
 
-TEST_F(Text, UTF16FromTheHostIsTerminatedSwappedAndFreedOfItsMark) {
+TEST_F(Text, TextFromTheHostIsTerminatedSwappedAndFreedOfItsMark) {
   test::inOwnProcess([this] {
     gResolver = &resolveOddHost;
+    const std::string unterminated = "QZR Debug: String is not zero terminated. Fixed.";
     const struct {
       std::u16string given;
       std::int64_t bytes;
       std::u16string text;
       std::vector<std::string> log = {};
     } rows[] = {{u"ab", 4, u"ab"},
-                {u"abc", 4, u"ab", {"QZR Debug: String is not zero terminated. Fixed."}},
+                {u"abc", 4, u"ab", {unterminated, unterminated}},
                 {u"ab", 5, u"ab"},
                 {u"\uFFFE\u4100", 4, u"A", {"QZR Debug: String is Little Endian. Swap."}},
                 {u"\uFEFF\uFFFEA", 6, u"A"},
                 {u"\uFEFF", 2, u""},
-                {u"x", 0, u""},
-                {u"ab", -6, u""}};
-    const host::Value string = host_.string("?", kEncodingUTF32);
+                {u"x", 0, u""},  // without a unit there is no terminator either
+                {u"ab", -6, u""},
+                {u"", 4, u""}};
     for (const auto& row : rows) {
       hostText = row.given;
       hostBytes = row.bytes;
       disposed = 0;
-      std::u16string text;
-      EXPECT_EQ(logLinesOf([&] {
-                  rbText view(stringOf(string));
-                  view.ConvertUTF16();
-                  text.assign(view.utf16.data, view.utf16.data + view.utf16.length);
-                }),
-                row.log);
-      EXPECT_EQ(text, row.text);
-      EXPECT_EQ(disposed, 1);
+      Forms forms;
+      EXPECT_EQ(logLinesOf([&] { forms = formsOf(host_.string("?", kEncodingUTF32)); }), row.log);
+      EXPECT_EQ(forms.utf16, row.text);
+      EXPECT_EQ(forms.utf8.size(), row.text.empty() && row.bytes != 2 ? 0u : row.bytes);
+      EXPECT_EQ(disposed, 2);
     }
-    // Text of length 0 may have no terminator: it is the empty string whatever lies there.
-    hostText = u"x";
-    hostBytes = 0;
-    EXPECT_EQ(CompareS(stringOf(string), StringOperand(nullptr)), 0);
-    EXPECT_EQ(formsOf(string).utf8, "");
+    EXPECT_EQ(formsOf(host_.string("abc", kEncodingMacRoman)).utf8, "") << "there are no bytes";
   });
 }
 
 TEST_F(Text, WhatTheHostCannotConvertIsEmpty) {
-  const auto isEmpty = [&](const char* bytes, std::uint32_t encoding) {
-    const Forms forms = formsOf(host_.string(bytes, encoding));
-    EXPECT_EQ(forms.utf8, "");
-    EXPECT_EQ(forms.utf16, u"");
+  const std::string failed = "QZR Debug: REALGetStringData failed.",
+                    unbuilt = "QZR Debug: REALBuildUnicodeString failed";
+  const auto logOfEmpty = [&](const char* bytes, std::uint32_t encoding) {
+    return logLinesOf([&] { EXPECT_EQ(formsOf(host_.string(bytes, encoding)).utf8, ""); });
   };
   host_.failFrom("PluginGetStringData", 1);
-  EXPECT_THAT(logLinesOf([&] { isEmpty("\xE9", kEncodingISOLatin1); }),
-              ElementsAre("QZR Debug: REALGetStringData failed.", "QZR Debug: REALGetStringData failed."));
+  EXPECT_THAT(logOfEmpty("\xE9", kEncodingISOLatin1), ElementsAre(failed, failed));
   host_.failFrom("REALBuildStringWithEncoding", 1);
-  EXPECT_THAT(logLinesOf([&] {
-                for (int twice = 0; twice < 2; ++twice) isEmpty("\x8E", kEncodingUnknown);
-              }),
-              ElementsAre("QZR Debug: REALBuildUnicodeString failed"));
+  EXPECT_THAT(logOfEmpty("\x8E", kEncodingUnknown), ElementsAre(unbuilt));
+  EXPECT_THAT(logOfEmpty("\x8E", kEncodingUnknown), ElementsAre()) << "said once";
 }
 
 void* resolveWithoutEncodings(const char* name) {
