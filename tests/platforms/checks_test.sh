@@ -23,7 +23,7 @@ build() {
   case $2 in *"$work/whole"*) keep=true ;; esac
   read -ra flags <<<"$2"
   case $1 in
-    linux-*) include='#include <new>' call='delete new int;' ;;
+    linux-*) include='extern "C" int puts(const char*);' call='puts("");' ;;
     *) include='extern "C" void NSLog(const void*, ...);' call='NSLog(nullptr);' ;;
   esac
   {
@@ -35,7 +35,7 @@ build() {
     linux-*)
       $keep || flags+=(-s)
       "${1#linux-}-linux-gnu-g++" -std=c++20 -O1 -fPIC -fvisibility=hidden -shared "$work/source.cpp" \
-        -Wl,--no-as-needed -lstdc++ -lgcc_s -lc -Wl,--as-needed "${flags[@]}" -o "$file" ;;
+        -Wl,--no-as-needed -lstdc++ -lgcc_s -Wl,--as-needed "${flags[@]}" -o "$file" ;;
     *)
       target="-stdlib=libc++ --target=$1-apple-macos -isysroot $PWD/build/macos-sysroot-$1"
       case $1 in arm64) target+=" -mmacosx-version-min=11.0" ;; *) target+=" -mmacosx-version-min=10.13" ;; esac
