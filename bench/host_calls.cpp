@@ -162,14 +162,13 @@ void measureLengths(Report& report, Host& host, const std::string& type) {
 
 /// Variants that hold no text, by what they hold. There are two Booleans.
 void measureVariants(Report& report, Host& host) {
-  using Type = host::VariantType;
   const auto measureKeys = [&](const std::string& className, const char* name, const MakeKey& key) {
     for (const std::size_t size : {1'000u, 100'000u}) {
       measure(report, host, {fmt::format("{}, {}", className, name), "random", size, "calls"}, className,
               key);
     }
   };
-  const auto integers = [&](Type type, bool isUnsigned = false) {
+  const auto integers = [&](VariantType type, bool isUnsigned = false) {
     return [=, &host](std::uint64_t number) {
       return host.variant(type, static_cast<std::int64_t>(scrambled(number)), isUnsigned);
     };

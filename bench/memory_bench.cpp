@@ -172,7 +172,7 @@ void measureHashBySize(Report& report, Host& host) {
   for (const std::string& key : makeTexts(most, TextShape::kCustomer).inserted) {
     owners.push_back(Value(key));
     strings.push_back(owners.back().string().get());
-    owners.push_back(host.variant(host::VariantType::kString, owners.back()));
+    owners.push_back(host.variant(kVariantString, owners.back()));
     variants.push_back(owners.back().object().get());
   }
   for (const bool isSensitive : {true, false}) {

@@ -79,12 +79,12 @@ bool isInBounds(REALobjectStruct* array, std::int64_t index) {
 }
 
 /// Whether there is an element at the index. The probe comes in between where it has not run yet, and with it
-/// script code, which may change this very array or give it back.
-bool isAccessible(REALobjectStruct* array, std::int64_t index) {
+/// script code, which may change this very array or give it back: `held` keeps it then.
+bool isAccessible(REALobjectStruct* array, std::int64_t index, ObjectReference& held) {
   if (!isInBounds(array, index)) return false;
   if (ArrayAccessTested) [[likely]]
     return true;
-  const ObjectReference held(array);
+  held = ObjectReference(array);
   probe();
   return isInBounds(array, index);
 }
@@ -98,7 +98,8 @@ typename Elements<Array>::Element* storageOf(const Array* array) {
 
 template <typename Array>
 void getElement(Array* array, std::int64_t index, typename Elements<Array>::Element* result) {
-  if (result == nullptr || !isAccessible(asObject(array), index)) return;
+  ObjectReference held;
+  if (result == nullptr || !isAccessible(asObject(array), index, held)) return;
   if (const auto* storage = storageOf(array)) {
     *result = storage[index];
     lock(*result);
@@ -109,7 +110,8 @@ void getElement(Array* array, std::int64_t index, typename Elements<Array>::Elem
 
 template <typename Array>
 ElementPlace<Array, typename Elements<Array>::Element> find(Array* array, std::int64_t index) {
-  if (!isAccessible(asObject(array), index)) return {};
+  ObjectReference held;
+  if (!isAccessible(asObject(array), index, held)) return {};
   if (auto* storage = storageOf(array)) return {.array = array, .index = index, .stored = storage + index};
   return {.array = array, .index = index, .procedure = Elements<Array>::setProc(array)};
 }

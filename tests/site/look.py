@@ -18,7 +18,7 @@ from selenium.webdriver.support.ui import WebDriverWait
 
 WIDTHS = (390, 1280)
 FLAGS = ("--headless=new --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking "
-         "--disable-component-update --disable-sync --allow-file-access-from-files --force-device-scale-factor=1")
+         "--disable-component-update --disable-sync --force-device-scale-factor=1")
 
 # What sticks out of the page to the right, less what is in a part that scrolls by itself.
 OVERFLOWING = """
@@ -71,6 +71,8 @@ class Look:
         options = webdriver.ChromeOptions()
         for flag in FLAGS.split():
             options.add_argument(flag)
+        if (site / "_static").exists():  # the search of a site reads its pages; a flat folder is read as it is
+            options.add_argument("--allow-file-access-from-files")
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         self.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
 
