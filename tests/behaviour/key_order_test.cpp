@@ -249,9 +249,9 @@ TEST_P(KeyIdentity, IsThatOfTheRules) {
   const char* const chosen = std::getenv("VORNIK_OPERATIONS");
   const long steps = chosen != nullptr ? std::atol(chosen) : 20'000;
   if (facts().key == kText) return run(kVariantString, false, steps);
-  static constexpr Type kTypes[] = {kVariantString,   kVariantText,    kVariantInt32,
-                                    kVariantInt64,    kVariantSingle,  kVariantDouble,
-                                    kVariantCurrency, kVariantBoolean, kVariantColor};
+  static constexpr VariantType kTypes[] = {kVariantString,   kVariantText,    kVariantInt32,
+                                           kVariantInt64,    kVariantSingle,  kVariantDouble,
+                                           kVariantCurrency, kVariantBoolean, kVariantColor};
   run(
       [this] {
         const VariantType type = kTypes[below(2) == 0 ? below(2) : below(std::size(kTypes))];
