@@ -27,8 +27,8 @@ class Allocated {
   std::optional<std::size_t> before_ = allocatedBytes();
 };
 
-/// The same keys in the three orders. Descending for us means against the container's order, whichever that
-/// is.
+/// The same keys in the three orders. Descending for us means against the container's order, whichever
+/// that is.
 template <typename Key>
 struct Loads {
   std::vector<Key> random, ascending, descending;
@@ -135,8 +135,8 @@ double bytesOf(Subject& subject, const std::vector<typename Subject::Key>& keys,
   return figures.all().empty() ? 0 : figures.all().front().value;
 }
 
-/// Hash maps by size: what is spare goes up and down with it. And of the small ones the mean and the worst, in
-/// even steps of a logarithm.
+/// Hash maps by size: what is spare goes up and down with it. And of the small ones the mean and the worst,
+/// in even steps of a logarithm.
 void measureHashBySize(Report& report, Host& host) {
   const Block block{"hash maps, by size", "", 0, "bytes"};
   if (!report.wants(block)) return;

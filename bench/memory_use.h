@@ -15,8 +15,8 @@ void settleHeap();
 /// Bytes that are allocated now, the allocator's own headers and rounding included.
 std::optional<std::size_t> allocatedBytes();
 
-/// Resident bytes: how many more there were at most since this object was made than when it was made.
-/// Gives the heap's free memory back to the system first.
+/// Resident bytes: how many more there were at most since this object was made than when it was made. Gives
+/// the heap's free memory back to the system first.
 class ResidentPeak {
  public:
   ResidentPeak();

@@ -1,5 +1,5 @@
-// Maps with String and Variant keys: the registered functions, side by side with the maps of C++ in the same
-// order.
+// Maps with String and Variant keys: the registered functions, side by side with the maps of C++ in the
+// same order.
 //
 // Every key has the same short value, so that a raw map pays for one text an entry, its key's. Keys are other
 // objects when they are asked for than when they went in, as script code would have them.

@@ -13,8 +13,8 @@
 
 namespace vornik::host {
 
-/// Price of handing the value to a parameter of the type, 0 when it is taken as it is; nothing when it cannot
-/// be.
+/// Price of handing the value to a parameter of the type, 0 when it is taken as it is; nothing when it
+/// cannot be.
 std::optional<int> conversionCost(const Value& value, const DeclaredType& type);
 
 /// The arguments of one call, together with what had to be made for it. Everything is borrowed by the callee.

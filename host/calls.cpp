@@ -105,8 +105,8 @@ bool isStandardAccessor(REALproc accessor) {
   return reinterpret_cast<std::uintptr_t>(accessor) == ~std::uintptr_t{0};
 }
 
-/// The standard accessor writes plain values only: nothing says who would own a reference in the instance
-/// data.
+/// The standard accessor writes plain values only: nothing says who would own a reference in the
+/// instance data.
 bool isPlain(const DeclaredType& type) {
   return !type.isArray &&
          (type.kind == DeclaredType::Kind::kInteger || type.kind == DeclaredType::Kind::kBoolean ||

@@ -33,8 +33,8 @@ struct FoundProperty {
 };
 FoundProperty findProperty(const ThingClass& type, std::string_view name);
 
-/// Calls the overload that fits. ScriptError when there is none, ScriptException when the call raised.
-/// For an assignment the value comes last in the arguments.
+/// Calls the overload that fits. ScriptError when there is none, ScriptException when the call raised. For an
+/// assignment the value comes last in the arguments.
 Value callMethod(const ObjectRef& object, std::string_view name, const std::vector<Value>& arguments,
                  Access access);
 

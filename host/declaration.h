@@ -37,8 +37,8 @@ struct Declaration {
   std::size_t requiredParameters() const;
 };
 
-/// Parses one declaration; std::invalid_argument with the text and the offending column when it cannot be
-/// read.
+/// Parses one declaration; std::invalid_argument with the text and the offending column when it cannot
+/// be read.
 Declaration parseDeclaration(std::string_view text);
 
 /// Parses a type on its own, as property records state it ("Integer").

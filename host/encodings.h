@@ -16,8 +16,8 @@ bool isByteEncoding(std::uint32_t encoding);
 /// unknown encoding (kEncodingUnknown) is read as Mac Roman. Malformed input becomes U+FFFD.
 std::optional<std::u16string> decode(std::string_view bytes, std::uint32_t encoding);
 
-/// Characters that the encoding lacks become its substitution character. Wide encodings get no byte-order
-/// mark.
+/// Characters that the encoding lacks become its substitution character. Wide encodings get no
+/// byte-order mark.
 std::optional<std::string> encode(std::u16string_view units, std::uint32_t encoding);
 
 /// Case-insensitive order of two texts by their folded code points: -1, 0 or 1.

@@ -1,5 +1,5 @@
-// The stand-in host: loads the plugin library as the real host does and lets C++ code play the part of script
-// code.
+// The stand-in host: loads the plugin library as the real host does and lets C++ code play the part of
+// script code.
 //
 // One Host is alive at a time; it is the process's "current host" from construction to destruction. Every
 // Host loads a private copy of the library, so that each starts from the library's initial state. Copies stay
@@ -39,8 +39,8 @@ class ScriptException : public std::runtime_error {
   std::int64_t errorNumber_;
 };
 
-/// A mistake of the calling script itself: unknown class or member, no overload for these arguments, nil
-/// object.
+/// A mistake of the calling script itself: unknown class or member, no overload for these arguments,
+/// nil object.
 class ScriptError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -89,8 +89,8 @@ class Host {
   static Host& current();
   const HostOptions& options() const;
 
-  /// Loads a fresh copy of the library and calls its entry point. std::runtime_error when it cannot be
-  /// loaded.
+  /// Loads a fresh copy of the library and calls its entry point. std::runtime_error when it cannot
+  /// be loaded.
   void load(const std::filesystem::path& library);
   /// The same for a library that is there already, in its initial state: calls its entry point.
   void enter(decltype(REALPluginMain)& entry);
@@ -179,8 +179,8 @@ class Host {
   /// True while the library's code runs, and false again inside the services it calls.
   static bool insidePlugin() noexcept;
 
-  /// Brackets a direct call of a registered function; throws what is pending as a ScriptException from
-  /// finish().
+  /// Brackets a direct call of a registered function; throws what is pending as a ScriptException
+  /// from finish().
   class PluginCall {
    public:
     PluginCall();

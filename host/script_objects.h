@@ -1,5 +1,5 @@
-// Objects of classes that the script itself defines, as far as others notice them: they have a name and a
-// destructor.
+// Objects of classes that the script itself defines, as far as others notice them: they have a name and
+// a destructor.
 #ifndef VORNIK_HOST_SCRIPT_OBJECTS_H
 #define VORNIK_HOST_SCRIPT_OBJECTS_H
 

@@ -10,8 +10,8 @@ namespace vornik::host {
 
 namespace {
 
-// Far enough back to catch a handle that outlives its thing by a few calls, small enough to stay out of the
-// way.
+// Far enough back to catch a handle that outlives its thing by a few calls, small enough to stay out of
+// the way.
 constexpr std::size_t kQuarantinedThings = 1 << 16;
 constexpr std::size_t kQuarantinedBytes = std::size_t{32} << 20;
 

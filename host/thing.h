@@ -25,8 +25,8 @@ struct Thing;
 struct ThingClass;
 struct RegisteredClass;
 
-/// What sets one kind of thing apart from another. Kinds are compared by address; null entries mean
-/// "nothing".
+/// What sets one kind of thing apart from another. Kinds are compared by address; null entries
+/// mean "nothing".
 struct Kind {
   const char* noun;
   Thing* (*make)(const ThingClass&);  ///< null: not to be created by class name

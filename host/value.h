@@ -87,8 +87,8 @@ class Value {
   ~Value() = default;
 
   bool isNil() const;  ///< nothing, or an empty reference
-  /// The held value; ScriptError when another kind is held (integer() also accepts nothing else than
-  /// integers).
+  /// The held value; ScriptError when another kind is held (integer() also accepts nothing else
+  /// than integers).
   bool boolean() const;
   std::int64_t integer() const;
   double number() const;

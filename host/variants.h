@@ -1,5 +1,5 @@
-// Variants: plain values in an object. An object where a variant is wanted is no variant but that object
-// itself.
+// Variants: plain values in an object. An object where a variant is wanted is no variant but that
+// object itself.
 #ifndef VORNIK_HOST_VARIANTS_H
 #define VORNIK_HOST_VARIANTS_H
 

@@ -19,9 +19,9 @@ namespace vornik::host::console {
 
 using Body = int (*)(lua_State*);
 
-/// Runs a body and returns its number of results; -1 with an error value pushed if it threw: a host exception
-/// becomes a table {class, message, errorNumber, where}, anything else a text that begins with the script's
-/// position.
+/// Runs a body and returns its number of results; -1 with an error value pushed if it threw: a host
+/// exception becomes a table {class, message, errorNumber, where}, anything else a text that begins with the
+/// script's position.
 int runBody(lua_State* L, Body body) noexcept;
 
 template <Body body>
@@ -45,8 +45,8 @@ Value readValue(lua_State* L, int index);
 /// Values from an index up to the top of the stack.
 std::vector<Value> readValues(lua_State* L, int first);
 /// The object at an index: a reference of its own, as anything that the host runs may close the userdata.
-/// ScriptError when there is none, or when it was closed; unless `type` is null, also when it is of another
-/// type.
+/// ScriptError when there is none, or when it was closed; unless `type` is null, also when it is of
+/// another type.
 Value requireObject(lua_State* L, int index, const char* type = nullptr);
 /// Nil instead of an error.
 Value objectAt(lua_State* L, int index);
@@ -85,8 +85,8 @@ void openGlobals(lua_State* L);
 
 /// Sets a field of the table on top of the stack.
 void setField(lua_State* L, const char* field, std::string_view text);
-/// Creates the metatable of a type that pushReference() takes, with these functions besides those that all
-/// share.
+/// Creates the metatable of a type that pushReference() takes, with these functions besides those that
+/// all share.
 void defineType(lua_State* L, const char* name, const luaL_Reg* functions);
 
 }  // namespace vornik::host::console

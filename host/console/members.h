@@ -52,9 +52,9 @@ class Members {
   const Member* search(const std::string& className, std::string_view name);
 
  private:
-  /// Of the classes with such a member the one whose name begins most alike: of an ordered map for a hash map
-  /// with the same keys and values, of an iterator for its container. Null if the names begin with different
-  /// letters.
+  /// Of the classes with such a member the one whose name begins most alike: of an ordered map for a hash
+  /// map with the same keys and values, of an iterator for its container. Null if the names begin with
+  /// different letters.
   const RegisteredClass* relatedClassWith(const std::string& className, std::string_view name);
 
   const Host& host_;

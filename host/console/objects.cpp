@@ -1,5 +1,5 @@
-// Objects of registered classes: `object.member`, `object:method(...)`, `object.member[key]`, `#object`,
-// `pairs(object)`.
+// Objects of registered classes: `object.member`, `object:method(...)`, `object.member[key]`,
+// `#object`, `pairs(object)`.
 #include <string>
 #include <utility>
 

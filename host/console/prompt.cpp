@@ -23,8 +23,8 @@ void raiseInterrupt(lua_State* L, lua_Debug*) {
   luaL_error(L, "interrupted");
 }
 
-/// Setting a hook is the one thing that Lua allows in a signal handler; the hook raises the error at a safe
-/// point.
+/// Setting a hook is the one thing that Lua allows in a signal handler; the hook raises the error at a
+/// safe point.
 void interrupt(int) {
   std::signal(SIGINT, SIG_DFL);
   if (interruptible != nullptr) {
@@ -78,8 +78,8 @@ bool isIncomplete(lua_State* L) {
   return message != nullptr && std::string_view(message).ends_with("<eof>");
 }
 
-/// Reads further lines as long as the chunk lacks its end. True: a function is on the stack. False: a message
-/// is.
+/// Reads further lines as long as the chunk lacks its end. True: a function is on the stack. False: a
+/// message is.
 bool compileChunk(lua_State* L, Lines& lines, Chunk& chunk) {
   // An expression gets its values printed, so that reading comes first.
   if (compile(L, chunk, "return ")) return true;

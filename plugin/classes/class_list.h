@@ -1,6 +1,6 @@
-// The classes of this library, in the order of registration: the one place that lists them. A class file defines both
-// records of its class, which are changed in place at registration. It does not include the list, so that a new class
-// compiles no other anew.
+// The classes of this library, in the order of registration: the one place that lists them. A class file
+// defines both records of its class, which are changed in place at registration. It does not include the
+// list, so that a new class compiles no other anew.
 #ifndef VORNIK_CLASSES_CLASS_LIST_H
 #define VORNIK_CLASSES_CLASS_LIST_H
 

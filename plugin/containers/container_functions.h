@@ -197,8 +197,8 @@ struct ContainerFunctions {
     return instanceData<IteratorData>(iterator, Class::iteratorDefinition());
   }
 
-  /// A new iterator object at the place that `locate(container)` answers; nil when the host cannot create
-  /// one.
+  /// A new iterator object at the place that `locate(container)` answers; nil when the host cannot
+  /// create one.
   template <typename Locate>
   static REALobjectStruct* newIterator(REALobjectStruct* self, Locate locate) {
     if (!isInitialized(data(self))) {
@@ -218,8 +218,8 @@ struct ContainerFunctions {
   }
 
  private:
-  /// The bytes that one entry counts for in MaxSize: what scripts have been told ever since, whatever an entry takes
-  /// today.
+  /// The bytes that one entry counts for in MaxSize: what scripts have been told ever since, whatever an
+  /// entry takes today.
   static constexpr std::uint64_t kEntryBytes = [] {
     constexpr bool kIsHashed = requires(typename Class::Sensitive container) {
       container.bucketCount();

@@ -25,9 +25,9 @@ class Departing {
   Departing& operator=(const Departing&) = delete;
   virtual ~Departing() = default;
 
-  /// Takes over a container and a reference to each array that is not null. Gives everything back, values and
-  /// keys and then the entries, and deletes the container: at once, or before the outermost destructor
-  /// returns.
+  /// Takes over a container and a reference to each array that is not null. Gives everything back, values
+  /// and keys and then the entries, and deletes the container: at once, or before the outermost
+  /// destructor returns.
   static void giveBack(Departing* container, REALobjectStruct* values, REALobjectStruct* keys) noexcept {
     container->values_ = values;
     container->keys_ = keys;

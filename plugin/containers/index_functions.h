@@ -2,9 +2,8 @@
 //
 // Trees and hash tables cannot be indexed, so the first access by position copies all keys, and the values of
 // a map, into host arrays that the object keeps until the next change made through it (DroppedCache). That
-// costs one pass over the entries; every access up to the change is one array access. The host can run
-// script code in the middle of that pass (host_services.h); where that changes the container, no cache
-// comes of it.
+// costs one pass over the entries; every access up to the change is one array access. The host can run script
+// code in the middle of that pass (host_services.h); where that changes the container, no cache comes of it.
 #ifndef VORNIK_CONTAINERS_INDEX_FUNCTIONS_H
 #define VORNIK_CONTAINERS_INDEX_FUNCTIONS_H
 

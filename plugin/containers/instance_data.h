@@ -82,8 +82,8 @@ void giveBackAll(Data& data) noexcept {
     std::unique_ptr<Departing> husk(std::exchange(data.husk, nullptr));
     if (carrier == nullptr) carrier = husk.release();
   }
-  // Without a container there is no cache: only a copy that fails takes the container away, and leaves a
-  // husk.
+  // Without a container there is no cache: only a copy that fails takes the container away, and leaves
+  // a husk.
   if (carrier != nullptr) Departing::giveBack(carrier, values, std::exchange(data.keyArray, nullptr));
 }
 

@@ -77,8 +77,8 @@ struct KeptString {
 static_assert(sizeof(KeptString<Case::kSensitive>) == 32);
 static_assert(sizeof(KeptString<Case::kInsensitive>) == 16, "no more than the hash and the reference");
 
-/// A key that RBVariant holds: with its type, which was asked for its hash anyway, and its text where it has
-/// one.
+/// A key that RBVariant holds: with its type, which was asked for its hash anyway, and its text where it
+/// has one.
 template <Case kCase>
 struct KeptVariant {
   static constexpr bool kKeepsText = kCase == Case::kSensitive;

@@ -37,8 +37,8 @@ struct MapFunctions : IndexFunctions<Class> {
   static void theMapConstructorCopy(REALobjectStruct* self, REALobjectStruct* other) {
     if (other == nullptr) return RaiseException("NilObjectException", "Other map is nil");
     const Data& source = data(other);
-    // The object's own entries count as gone before `other` is looked at, so a map cannot be copied into
-    // itself.
+    // The object's own entries count as gone before `other` is looked at, so a map cannot be copied
+    // into itself.
     if (other == self || !isInitialized(source)) {
       leaveWithoutContainer(data(self));
       if (!isInitialized(source)) return RaiseException("NilObjectException", "Other map not initialized");
@@ -209,8 +209,8 @@ struct MapFunctions : IndexFunctions<Class> {
     return fresh;
   }
 
-  /// The position that an iterator argument holds for `container`; 0 for nil and for one without such a
-  /// position.
+  /// The position that an iterator argument holds for `container`; 0 for nil and for one without such
+  /// a position.
   template <typename Container>
   static PositionHandle cell(REALobjectStruct* self, const Container& container, REALobjectStruct* iterator) {
     if (iterator == nullptr) return 0;

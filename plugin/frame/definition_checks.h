@@ -19,8 +19,8 @@ void MyREALRegisterClass(REALclassDefinition& definition);
 void CheckMethods(const char* className, const REALmethodDefinition* methods, std::uint64_t count);
 void CheckProperties(const char* className, const REALproperty* properties, std::uint64_t count);
 
-/// Rewrites the flag words of a table for the running host's version. The class name is for messages, of which there
-/// are none.
+/// Rewrites the flag words of a table for the running host's version. The class name is for messages, of
+/// which there are none.
 void FixFlags(REALmethodDefinition* methods, std::uint64_t count, const char* className);
 void FixFlags(REALproperty* properties, std::uint64_t count, const char* className);
 

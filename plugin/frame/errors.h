@@ -1,8 +1,8 @@
 // Host exceptions: the only way in which script code learns of an error.
 //
-// Raising records the exception and returns; the host delivers it once the registered function has returned.
-// So a caller leaves its data consistent before it raises, and returns its neutral result promptly
-// afterwards.
+// Raising records the exception and returns; the host delivers it once the registered function has
+// returned. So a caller leaves its data consistent before it raises, and returns its neutral result
+// promptly afterwards.
 #ifndef VORNIK_FRAME_ERRORS_H
 #define VORNIK_FRAME_ERRORS_H
 
@@ -14,9 +14,9 @@
 
 namespace vornik {
 
-/// Raises an exception of the named host class, or a "RuntimeException" where the host does not know that
-/// class. A null message raises with an empty one. Nothing is raised on a host that cannot create either
-/// class.
+/// Raises an exception of the named host class, or a "RuntimeException" where the host does not know
+/// that class. A null message raises with an empty one. Nothing is raised on a host that cannot create
+/// either class.
 void RaiseException(const char* exceptionClassName, const char* message) noexcept;
 
 /// Raises "OutOfBoundsException" for an index outside an array of `count` elements.

@@ -10,8 +10,8 @@
 
 extern "C" {
 
-// Handles. Only the host knows what is behind them; a null object is Nil and a null string is the empty
-// string.
+// Handles. Only the host knows what is behind them; a null object is Nil and a null string is the
+// empty string.
 struct REALobjectStruct;
 struct REALstringStruct;
 struct _REALarrayInteger;
@@ -105,8 +105,8 @@ struct REALclassDefinition {
   std::uint64_t enumCount;
 };
 
-/// Text of a host string in a requested encoding, filled by the host and handed back to it after use.
-/// Only the first two fields have a meaning outside the host.
+/// Text of a host string in a requested encoding, filled by the host and handed back to it after use. Only
+/// the first two fields have a meaning outside the host.
 struct REALstringData {
   const void* data;
   std::int64_t byteLength;

@@ -1,5 +1,5 @@
-// Every host service that the library uses, named once: wrapper, the host's name for it, result and
-// arguments.
+// Every host service that the library uses, named once: wrapper, the host's name for it, result
+// and arguments.
 //
 // Script code: creating objects and arrays, the element procedures of arrays, the methods of dictionaries,
 // and giving back a reference to an object can run some, and it may do anything with the very object that is

@@ -46,8 +46,8 @@ class Anchors {
   /// Gives the memory back, when all positions are stale.
   void release() noexcept { std::vector<SlotNumber>().swap(slots_); }
 
-  /// Anchors for other nodes, to which the ones here can move; without any where there is none to move.
-  /// std::bad_alloc.
+  /// Anchors for other nodes, to which the ones here can move; without any where there is none to
+  /// move. std::bad_alloc.
   Anchors forMove(NodeIndex capacity) const {
     Anchors fresh;
     if (positioned_ != 0) fresh.slots_.resize(std::size_t{capacity} + 1);

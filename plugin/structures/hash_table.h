@@ -31,8 +31,8 @@
 
 namespace vornik {
 
-/// Hashing says how keys are searched for and kept (hashing_policy.h); Key is what of one leaves the table with
-/// its element, and Value what else an element holds.
+/// Hashing says how keys are searched for and kept (hashing_policy.h); Key is what of one leaves the table
+/// with its element, and Value what else an element holds.
 ///
 /// Destroying keys and values can run host code, and host code can come back to this very container. Whatever
 /// takes elements out therefore hands them to the caller, who lets them die once the container is whole

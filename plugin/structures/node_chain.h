@@ -86,8 +86,8 @@ class NodeChain {
     nodes_[link & ~kEndsRun].previous = predecessor;
   }
 
-  /// Makes more room for a full chain; every element keeps its index. std::bad_alloc with nothing changed.
-  /// Linear.
+  /// Makes more room for a full chain; every element keeps its index. std::bad_alloc with nothing
+  /// changed. Linear.
   void enlarge(NodeIndex capacity) {
     NodeChain larger(capacity);
     if (nodes_ != nullptr) {
@@ -107,8 +107,8 @@ class NodeChain {
   }
 
   /// Moves all elements into `fresh`, which must be empty and have room for them, and takes its place.
-  /// Neighbours on the chain are neighbours in memory from then on. Calls moved(from, to) for every element.
-  /// Linear.
+  /// Neighbours on the chain are neighbours in memory from then on. Calls moved(from, to) for every
+  /// element. Linear.
   template <typename Moved>
   void moveInOrder(NodeChain fresh, Moved moved) noexcept {
     NodeIndex to = 0;

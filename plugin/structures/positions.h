@@ -8,8 +8,8 @@
 // recognised as stale for ever.
 //
 // So iterators cost nothing beyond the slots of the entries and containers that have one. Slots lie in blocks
-// of 256. A block that no entry uses gives its memory back, but for a spare one; a single slot in use keeps it
-// whole. Its record, 24 bytes, stays for ever, as old handles must stay stale. What positions cost is thus
+// of 256. A block that no entry uses gives its memory back, but for a spare one; a single slot in use keeps
+// it whole. Its record, 24 bytes, stays for ever, as old handles must stay stale. What positions cost is thus
 // bounded by the most slots that were ever in use together, and goes down only by blocks.
 //
 // The tables are shared by all containers of a type and take no lock: containers belong on one thread.
@@ -25,8 +25,8 @@
 
 namespace vornik {
 
-/// Generation in the upper half, slot number in the lower. Equal handles are equal positions. 0 is no
-/// position.
+/// Generation in the upper half, slot number in the lower. Equal handles are equal positions. 0 is
+/// no position.
 using PositionHandle = std::uint64_t;
 
 /// Number of a slot; 0 is none.

@@ -35,9 +35,9 @@ template <typename Order, typename Key>
 concept SearchesRoutes = HasRoutes<Order> &&
     requires(const Routes<Order>& routes, unsigned n, const typename Order::Probe& probe,
              typename Order::Number number, typename Order::Detail detail) {
-  /// search<Bound>(routes, capacity, count, probe): the place of a probe among the first `count` routes
-  /// of a node whose arrays have room for `capacity`; later ones are looked at for nothing, if at all.
-  /// May ask the host.
+  /// search<Bound>(routes, capacity, count, probe): the place of a probe among the first `count` routes of a
+  /// node whose arrays have room for `capacity`; later ones are looked at for nothing, if at all. May ask
+  /// the host.
   { Order::template search<Bound::kLower>(routes, n, n, probe) } -> std::same_as<Found>;
   { Order::template search<Bound::kUpper>(routes, n, n, probe) } -> std::same_as<Found>;
   /// The key as callers see it, borrowed.
@@ -72,8 +72,8 @@ concept KeepsShared = std::equality_comparable<typename Order::Shared> &&
     requires(const Routes<Order>& routes, unsigned count, const typename Order::Probe& probe,
              const typename Order::Shared& shared, typename Order::Number number,
              typename Order::Detail detail) {
-  /// What a key shares with itself, when it is the first of its node. May ask the host about the probe,
-  /// as the next two may.
+  /// What a key shares with itself, when it is the first of its node. May ask the host about the probe, as
+  /// the next two may.
   { Order::shared(probe) } -> std::same_as<typename Order::Shared>;
   /// Whether a key shares all that a node's keys share.
   { Order::shares(shared, probe) } -> std::same_as<bool>;
@@ -83,8 +83,8 @@ concept KeepsShared = std::equality_comparable<typename Order::Shared> &&
   /// translate(number, detail, from, to): a number that was relative to `from`, relative to the
   /// narrower `to`.
   { Order::translate(number, detail, shared, shared) } -> std::same_as<typename Order::Number>;
-  /// tighten<kMost>(routes, count): lets the routes of a node, `kMost` at most, share more where that
-  /// tells them apart, with numbers to match. Asks the host for what the keys hold.
+  /// tighten<kMost>(routes, count): lets the routes of a node, `kMost` at most, share more where that tells
+  /// them apart, with numbers to match. Asks the host for what the keys hold.
   { Order::template tighten<8>(routes, count) } -> std::same_as<void>;
 };
 

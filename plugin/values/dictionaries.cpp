@@ -50,8 +50,8 @@ constexpr Method kGetter = {"Value(key As Variant) As Variant", "Failed to find 
 constexpr Method kKeyGetter = {"Key(index As Integer) As Variant", "Failed to find dictionary key getter",
                                "DictionaryKeyGetter is nil!"};
 
-/// The method's address from its cache entry or from the host; null, with diagnostics, when the host has
-/// none.
+/// The method's address from its cache entry or from the host; null, with diagnostics, when the host
+/// has none.
 template <typename Address>
 Address find(_REALdictionary* dictionary, Address& cached, const Method& method) {
   keyCache(dictionary);

@@ -52,7 +52,8 @@ struct ElementPlace {
 };
 
 /// The place of the element at `index`. Where there is none, setting it does nothing: an index out of bounds
-/// raises OutOfBoundsException, and a host may lend no procedure. The array must be the caller's as long as the place.
+/// raises OutOfBoundsException, and a host may lend no procedure. The array must be the caller's as long as
+/// the place.
 ElementPlace<_REALarrayInteger, std::int64_t> placeAt(_REALarrayInteger* array, std::int64_t index);
 ElementPlace<_REALarrayString, REALstringStruct*> placeAt(_REALarrayString* array, std::int64_t index);
 ElementPlace<_REALarrayObject, REALobjectStruct*> placeAt(_REALarrayObject* array, std::int64_t index);

@@ -20,8 +20,8 @@ struct rbData {
 /// A short-lived text view of one host string: its text as zero-terminated UTF-8 and UTF-16, each made on
 /// demand and at most once. Nothing fails towards the caller; text that cannot be had is empty or ends early.
 ///
-/// Borrows the string, which must outlive the view. Text that is pure ASCII, or is UTF-8 already, is never
-/// copied.
+/// Borrows the string, which must outlive the view. Text that is pure ASCII, or is UTF-8 already, is
+/// never copied.
 class rbText {
  public:
   enum Classification : std::int32_t { Unclassified, PureASCII, CheckPending, NotASCII };

@@ -39,8 +39,8 @@ inline std::size_t commonLength(std::string_view a, std::string_view b) {
   return static_cast<std::size_t>(std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin());
 }
 
-/// The head of a text without zero bytes from `offset` on, which it reaches; zeros stand for what it does not
-/// have.
+/// The head of a text without zero bytes from `offset` on, which it reaches; zeros stand for what it does
+/// not have.
 inline TextHead headOf(std::string_view text, std::size_t offset) {
   unsigned char bytes[8] = {};
   std::copy_n(text.data() + offset, std::min(text.size() - offset, sizeof bytes), bytes);

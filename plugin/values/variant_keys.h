@@ -26,8 +26,8 @@ std::int64_t GetVariantType(REALobjectStruct* variant);
 /// Whether variants of this type hold text.
 bool isTextType(std::int64_t type);
 
-/// One side of a comparison: borrows a variant and asks the host for its type, value or text once,
-/// when first needed.
+/// One side of a comparison: borrows a variant and asks the host for its type, value or text once, when
+/// first needed.
 class VariantOperand {
  public:
   VariantOperand(REALobjectStruct* variant) noexcept : variant_(variant) {}

@@ -20,8 +20,8 @@ bool keepsCount(const std::string& service) {
 }
 
 /// Services whose results neither become keys and values nor decide which key is which. When one of the
-/// others fails, other entries than those that were meant may be found or made; the container must still be
-/// sound.
+/// others fails, other entries than those that were meant may be found or made; the container must still
+/// be sound.
 bool leavesContentAlone(const std::string& service) {
   for (const char* part : {"NewInstance", "ArrayCreate", "SetProc", "InsertProc", "Raise", "SetPropValue"}) {
     if (service.find(part) != std::string::npos) return true;

@@ -1,7 +1,8 @@
-// The order of text and Variant keys and which of them are the same, against a mirror that compares by the rules
-// themselves: texts in many encodings with zeros and illegal bytes in them and long common beginnings, keys whose
-// text could not be had when they went in, keys of equal hash, and every type of number. And what an order that
-// changes its mind in the middle of an insertion may do: put a key in the wrong place, and nothing else.
+// The order of text and Variant keys and which of them are the same, against a mirror that compares by the
+// rules themselves: texts in many encodings with zeros and illegal bytes in them and long common beginnings,
+// keys whose text could not be had when they went in, keys of equal hash, and every type of number. And what
+// an order that changes its mind in the middle of an insertion may do: put a key in the wrong place, and
+// nothing else.
 //
 // A row has 20,000 steps; VORNIK_OPERATIONS sets another number.
 #include <cstdlib>
@@ -262,8 +263,8 @@ TEST_P(KeyIdentity, IsThatOfTheRules) {
       steps);
 }
 
-/// What elements keep of their keys decides: a hit asks the host about the key that is looked for, as a miss does,
-/// and case-insensitively for one comparison more.
+/// What elements keep of their keys decides: a hit asks the host about the key that is looked for, as a miss
+/// does, and case-insensitively for one comparison more.
 TEST_P(KeyIdentity, AHitAsksTheHostAboutLittleElse) {
   const auto calls = [&](const Value& container, const std::string& text, const char* expected) {
     const Value searched = keyOfText(text);

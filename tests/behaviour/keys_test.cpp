@@ -147,8 +147,8 @@ TEST_P(VariantKeys, OfAllTypesTogetherDoNoHarm) {
   }
 }
 
-/// -1, 0 or 1, as the rules have it: by value within a type, where a NaN is like every number, and by address
-/// otherwise.
+/// -1, 0 or 1, as the rules have it: by value within a type, where a NaN is like every number, and by
+/// address otherwise.
 int order(const Value& a, const Value& b, bool caseSensitive) {
   const auto sign = [](const auto& x, const auto& y) { return x < y ? -1 : x > y ? 1 : 0; };
   Host& host = Host::current();

@@ -76,8 +76,8 @@ class Player {
   host::Host& host_;
   Input& input_;
   std::array<Value, 24> slots_;
-  /// By address: an object that is made anew gets its level at once, or it would have that of one that is
-  /// gone.
+  /// By address: an object that is made anew gets its level at once, or it would have that of one that
+  /// is gone.
   std::unordered_map<const void*, Level> levels_;
   std::unordered_map<std::string, Walker> walkers_;
   struct Misfortune {

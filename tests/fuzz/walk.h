@@ -31,8 +31,8 @@ class Walker {
   Walker(host::Host& host, const behaviour::ClassFacts& facts);
 
   /// Walks forwards and back, and holds both against each other, Count and the order of Integer keys. Keys
-  /// that are Variants need not be found. Nothing for an object without a container, or where the host
-  /// makes no iterators. Every entry has a position afterwards.
+  /// that are Variants need not be found. Nothing for an object without a container, or where the host makes
+  /// no iterators. Every entry has a position afterwards.
   std::optional<Contents> walk(const host::Value& container, Findable findable) const;
 
  private:

@@ -1,5 +1,5 @@
-// What tells the containers apart, and keys and values for each of them. The suites are written once
-// over this table.
+// What tells the containers apart, and keys and values for each of them. The suites are written once over
+// this table.
 #ifndef VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
 #define VORNIK_TESTS_SUPPORT_CLASS_FACTS_H
 

@@ -174,8 +174,8 @@ class ContainerSuite : public testing::Test {
     return texts;
   }
 
-  /// Calls the function behind a declaration with one object, past the choice of an overload: nil fits
-  /// several.
+  /// Calls the function behind a declaration with one object, past the choice of an overload: nil
+  /// fits several.
   void callDeclared(const Value& object, const std::string& declaration, const Value& argument) {
     using Function = void (*)(REALobjectStruct*, REALobjectStruct*);
     const auto function = reinterpret_cast<Function>(host().function(facts().name, declaration));
