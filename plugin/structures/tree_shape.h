@@ -90,10 +90,10 @@ class TreeShape {
     SpareInners spare;  ///< what settling takes
   };
 
-  /// Splits a full leaf for an entry in front of `place`, which may be behind its last one. Half of the entries
-  /// move to a new leaf behind it. At either end of the tree the full leaf stays as it is and the new entry has
-  /// the new leaf for itself, so that keys that come in order fill their leaves. std::bad_alloc with nothing
-  /// changed. The entry must be opened and the leaf settled before anything fails or searches.
+  /// Splits a full leaf for an entry in front of `place`, which may be behind its last one. Half of the
+  /// entries move to a new leaf behind it. At either end of the tree the full leaf stays as it is and the new
+  /// entry has the new leaf for itself, so that keys that come in order fill their leaves. std::bad_alloc
+  /// with nothing changed. The entry must be opened and the leaf settled before anything fails or searches.
   Split split(Place place) {
     Leaf* const leaf = place.leaf;
     const bool behindAll = leaf == last_ && place.index == leaf->count;
@@ -129,7 +129,8 @@ class TreeShape {
     ++size_;
   }
 
-  /// Lets inner nodes lead to the new leaf of a split. May ask the host for what the keys of split nodes hold.
+  /// Lets inner nodes lead to the new leaf of a split. May ask the host for what the keys of split
+  /// nodes hold.
   void settle(Split& split) {
     Leaf* const left = split.left;
     Leaf* const right = left->next;
