@@ -1,7 +1,7 @@
 // Routes: what the ordered tree keeps of keys to compare, apart from what else an entry has.
 //
 //   number   compared first and, where numbers differ, alone; ascending in the container's order
-//   detail   what else belongs to the key: a handle that a tie asks, a type. In a leaf it owns the key's reference.
+//   detail   what else belongs to the key: a handle that a tie asks, a type; in a leaf it owns the reference
 //
 // together they are a key's route. Either may be of an empty type, and then takes no room. What all keys of a
 // node share (the text that all of them begin with) is kept once, in the node's `shared`, and the numbers are

@@ -129,7 +129,8 @@ class TreeShape {
     ++size_;
   }
 
-  /// Lets inner nodes lead to the new leaf of a split. May ask the host for what the keys of split nodes hold.
+  /// Lets inner nodes lead to the new leaf of a split. May ask the host for what the keys of split
+  /// nodes hold.
   void settle(Split& split) {
     Leaf* const left = split.left;
     Leaf* const right = left->next;
