@@ -20,16 +20,16 @@ struct ShippedHashTableSizes {
   /// Below, there is room for all elements that the buckets are good for. From here on it comes in two steps:
   /// one copy of the nodes more, which takes no time to speak of, for a sixth of the memory in the mean.
   static constexpr std::uint64_t kTwoStepsFrom = 96;
-  /// From here on it comes in several, because half of a large table would be much memory to keep for
+  /// With so many buckets it comes in several, because half of a large table would be much memory to keep for
   /// elements that may never come.
-  static constexpr std::uint64_t kManyStepsFrom = 65536;
+  static constexpr std::uint64_t kManyStepsFromBuckets = 131072;
 };
 
 /// Every way within the reach of a few elements, for tests that run at random.
 struct TinyHashTableSizes : ShippedHashTableSizes {
   static constexpr std::uint64_t kMovedFrom = 10;
   static constexpr std::uint64_t kTwoStepsFrom = 5;
-  static constexpr std::uint64_t kManyStepsFrom = 20;
+  static constexpr std::uint64_t kManyStepsFromBuckets = 40;
 };
 
 #ifdef VORNIK_TINY
@@ -46,13 +46,13 @@ NodeIndex roomFor(std::uint64_t needed, std::uint64_t expected, std::uint64_t bu
   if (needed > Sizes::kMostElements) throw std::bad_alloc();
   const std::uint64_t most = std::min(std::max(needed, bucketCount + 1), Sizes::kMostElements);
   std::uint64_t room = most;
-  if (needed >= Sizes::kManyStepsFrom) {
+  if (bucketCount >= Sizes::kManyStepsFromBuckets) {
     // A sixth is spare at first, and more as the buckets fill: with 24 bytes a node and 4 a bucket, an entry
     // of two Integers takes 36 at most.
     room = needed + std::max(needed / 6, needed / 2 - std::min(needed / 2, bucketCount / 6));
   } else if (needed >= Sizes::kTwoStepsFrom) {
-    // Growth has doubled the buckets, so this leaves two fifths of the elements to spare; then all.
-    const std::uint64_t firstStep = bucketCount - bucketCount * 3 / 10;
+    // Growth has doubled the buckets, so this leaves a third of the elements to spare; then comes all.
+    const std::uint64_t firstStep = bucketCount - bucketCount / 3;
     if (needed <= firstStep) room = firstStep;
   }
   return static_cast<NodeIndex>(std::min(std::max(expected, room), most));
