@@ -11,8 +11,8 @@ extern REALclassDefinition StringToStringMapClass, StringToStringMapIteratorClas
 
 namespace {
 
-using Sensitive = OrderedTree<RBStringS, StringKind::Held, RBStringMapOrderS>;
-using Insensitive = OrderedTree<RBStringI, StringKind::Held, RBStringMapOrderI>;
+using Sensitive = OrderedTree<RBStringS, StringKind::Held, StringMapOrderS>;
+using Insensitive = OrderedTree<RBStringI, StringKind::Held, StringMapOrderI>;
 
 struct Class : MapClass<Sensitive, Insensitive> {
   using Key = StringKind;

@@ -11,8 +11,8 @@ extern REALclassDefinition StringToVariantMapClass, StringToVariantMapIteratorCl
 
 namespace {
 
-using Sensitive = OrderedTree<RBStringS, VariantKind::Held, RBStringMapOrderS>;
-using Insensitive = OrderedTree<RBStringI, VariantKind::Held, RBStringMapOrderI>;
+using Sensitive = OrderedTree<RBStringS, VariantKind::Held, StringMapOrderS>;
+using Insensitive = OrderedTree<RBStringI, VariantKind::Held, StringMapOrderI>;
 
 struct Class : MapClass<Sensitive, Insensitive> {
   using Key = StringKind;

@@ -11,8 +11,8 @@ extern REALclassDefinition VariantToVariantMapClass, VariantToVariantMapIterator
 
 namespace {
 
-using Sensitive = OrderedTree<RBVariantS, VariantKind::Held, RBVariantMapOrderS>;
-using Insensitive = OrderedTree<RBVariantI, VariantKind::Held, RBVariantMapOrderI>;
+using Sensitive = OrderedTree<RBVariantS, VariantKind::Held, VariantMapOrderS>;
+using Insensitive = OrderedTree<RBVariantI, VariantKind::Held, VariantMapOrderI>;
 
 struct Class : MapClass<Sensitive, Insensitive> {
   using Key = VariantKind;

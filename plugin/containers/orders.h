@@ -36,12 +36,12 @@ struct IntegerOrder {
 
 // Ordered maps with String or Variant keys run from the greatest key to the smallest, ordered sets from the
 // smallest to the greatest.
-using RBStringMapOrderS = StringOrder<Case::kSensitive, Direction::kDescending>;
-using RBStringMapOrderI = StringOrder<Case::kInsensitive, Direction::kDescending>;
+using StringMapOrderS = StringOrder<Case::kSensitive, Direction::kDescending>;
+using StringMapOrderI = StringOrder<Case::kInsensitive, Direction::kDescending>;
 using LTRBStringS = StringOrder<Case::kSensitive, Direction::kAscending>;
 using LTRBStringI = StringOrder<Case::kInsensitive, Direction::kAscending>;
-using RBVariantMapOrderS = VariantOrder<Case::kSensitive, Direction::kDescending>;
-using RBVariantMapOrderI = VariantOrder<Case::kInsensitive, Direction::kDescending>;
+using VariantMapOrderS = VariantOrder<Case::kSensitive, Direction::kDescending>;
+using VariantMapOrderI = VariantOrder<Case::kInsensitive, Direction::kDescending>;
 using LTRBVariantS = VariantOrder<Case::kSensitive, Direction::kAscending>;
 using LTRBVariantI = VariantOrder<Case::kInsensitive, Direction::kAscending>;
 
