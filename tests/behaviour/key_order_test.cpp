@@ -276,11 +276,11 @@ TEST_P(KeyIdentity, AHitAsksTheHostAboutLittleElse) {
   };
   const Value empty = make(), container = make();
   add(empty, keyOfText("another"), value(1));
-  for (const std::size_t length : {0, 1, 14, 15})
+  for (const std::size_t length : {0u, 1u, 14u, 15u})
     add(container, keyOfText(std::string(length, 'p')), value(1));
   // Of a variant that holds text, the host compares a string that it is asked for and that goes back.
   const std::uint64_t more = caseSensitive() ? 0 : facts().key == kText ? 1 : 3;
-  for (const std::size_t length : {0, 1, 14, 15}) {
+  for (const std::size_t length : {0u, 1u, 14u, 15u}) {
     const std::string text(length, 'p');
     EXPECT_EQ(calls(container, text, "1"), calls(empty, text, "0") + more) << length;
   }
