@@ -75,9 +75,9 @@ void expectDecodedAsByTheStandIn(const std::string& bytes) {
       << testing::PrintToString(bytes.substr(0, 8));
   std::erase_if(theirs, [](char16_t unit) { return unit == u'\uFEFF' || unit == u'\uFFFE'; });
   units.resize(static_cast<std::size_t>(ours.units));
-  const auto found = std::ranges::mismatch(units, theirs);
-  EXPECT_TRUE(found.in1 == units.end() && found.in2 == theirs.end())
-      << "at unit " << found.in1 - units.begin() << " of " << testing::PrintToString(bytes.substr(0, 8));
+  const auto [unit, theirUnit] = std::mismatch(units.begin(), units.end(), theirs.begin(), theirs.end());
+  EXPECT_TRUE(unit == units.end() && theirUnit == theirs.end())
+      << "at unit " << unit - units.begin() << " of " << testing::PrintToString(bytes.substr(0, 8));
 }
 
 TEST_F(Text, EveryCodePointIsDecodedToItsUnits) {
