@@ -167,9 +167,10 @@ TEST_F(Definitions, AreAsTheFactsSay) {
                     << " is new: no suite runs over it before it has a line in tests/support/class_facts.h";
     if (std::count(facts.begin(), facts.end(), lines.front()) == 0) {
       ADD_FAILURE() << name << " is new or of another size: tests/behaviour/registered_classes.txt needs\n"
-                    << std::accumulate(
-                           lines.begin(), lines.end(), std::string(),
-                           [](std::string all, const std::string& text) { return all + text + '\n'; });
+                    << std::accumulate(lines.begin(), lines.end(), std::string(),
+                                       [](std::string all, const std::string& text) {
+                                         return std::move(all) + text + '\n';
+                                       });
     }
     registered.insert(registered.end(), lines.begin(), lines.end());
   }
