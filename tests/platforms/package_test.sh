@@ -62,7 +62,7 @@ pass "nothing is for somebody else"
 for example in "$unpacked"/examples/*.txt; do
   { echo '```xojo'; cat "$example"; echo '```'; } >"$work/$(basename "$example").md"
 done
-build/release/host/console/vornik-host tests/documents/check.lua "$work"/*.txt.md
+build/release/host/console/vornik-host tests/documents/check.lua docs/tools "$work"/*.txt.md
 pass "the examples are right by what the classes declare"
 
 echo "$passed passed, 0 failed"
