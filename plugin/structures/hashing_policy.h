@@ -19,8 +19,8 @@ namespace vornik {
 ///
 ///   hash(probe)          the same throughout a search; may ask the host
 ///   hash(stored)         what hash(probe) was when the key went in, whatever it would be now
-///   equal(stored, probe)   whether they are the same key. Asked only where their hashes are equal, so it need
-///                        not look at what follows from that. Its answers decide where a search ends and
+///   equal(stored, probe)  whether they are the same key. Asked only where their hashes are equal, so it
+///                        need not look at what follows from that. Its answers decide where a search ends and
 ///                        nothing else: a policy that changes its mind cannot harm a table.
 ///   hold(hash, probe)    what an element with this probe as its key is going to keep. Asked after hash(probe)
 ///                        and before the table changes.

@@ -14,7 +14,8 @@
 
 namespace vornik {
 
-/// Types that comparison and hash tell apart beside the host's own, which has one code for signed and unsigned.
+/// Types that comparison and hash tell apart beside the host's own, which has one code for signed and
+/// unsigned integers.
 enum UnsignedVariantType : std::int64_t {
   kVariantUInt32 = 102,
   kVariantUInt64 = 103,
