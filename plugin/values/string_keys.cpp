@@ -13,10 +13,14 @@ namespace {
 /// Older hosts' comparison is not used.
 constexpr double kFirstHostComparingText = 2012.0;
 
-std::uint32_t mixed(std::uint32_t hash, std::uint32_t unit) {
-  hash = (hash << 4) + unit;
-  const std::uint32_t top = hash & 0xF0000000;
-  return (hash ^ (top >> 24)) & ~top;
+/// A hash has 28 bits: what a unit carries over them comes back in bits 4 to 7. It is left where it is until the
+/// next unit, which shifts it to bits 8 to 11 with all the rest: one operation less from unit to unit, each of
+/// which waits for the one before.
+std::uint32_t mixed(std::uint32_t sum, std::uint32_t unit) {
+  return ((sum << 4) ^ ((sum >> 20) & 0xF00)) + unit;
+}
+std::uint32_t folded(std::uint32_t sum) {
+  return (sum & 0x0FFFFFFF) ^ ((sum >> 24) & 0xF0);
 }
 
 template <typename Compare>
@@ -61,21 +65,21 @@ std::int64_t CompareI(const StringOperand& a, const StringOperand& b) {
 
 std::uint32_t GetStringHashS(const StringOperand& string) {
   const auto& text = string.utf8();
-  std::uint32_t hash = 0;
+  std::uint32_t sum = 0;
   for (std::int64_t i = 0; i < text.length; ++i) {
     // Bytes count as signed numbers.
-    hash = mixed(
-        hash, static_cast<std::uint32_t>(static_cast<std::int32_t>(static_cast<signed char>(text.data[i]))));
+    sum = mixed(
+        sum, static_cast<std::uint32_t>(static_cast<std::int32_t>(static_cast<signed char>(text.data[i]))));
   }
-  return hash;
+  return folded(sum);
 }
 
 std::uint32_t GetStringHashI(const StringOperand& string) {
   initLowerTable();
   const auto& text = string.utf16();
-  std::uint32_t hash = 0;
-  for (std::int64_t i = 0; i < text.length; ++i) hash = mixed(hash, lower[text.data[i]]);
-  return hash;
+  std::uint32_t sum = 0;
+  for (std::int64_t i = 0; i < text.length; ++i) sum = mixed(sum, lower[text.data[i]]);
+  return folded(sum);
 }
 
 }  // namespace vornik
