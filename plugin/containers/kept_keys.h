@@ -51,6 +51,7 @@ struct NoText {
 /// A key that RBString holds. The text fills what the reference leaves of 32 bytes.
 template <Case kCase>
 struct KeptString {
+  static constexpr bool kTriviallyRelocatable = StringReference::kTriviallyRelocatable;
   static constexpr bool kKeepsText = kCase == Case::kSensitive;
   using Text = std::conditional_t<kKeepsText, KeptText<20>, NoText>;
 
@@ -81,6 +82,7 @@ static_assert(sizeof(KeptString<Case::kInsensitive>) == 16, "no more than the ha
 /// has one.
 template <Case kCase>
 struct KeptVariant {
+  static constexpr bool kTriviallyRelocatable = ObjectReference::kTriviallyRelocatable;
   static constexpr bool kKeepsText = kCase == Case::kSensitive;
   using Text = std::conditional_t<kKeepsText, KeptText<19>, NoText>;
 

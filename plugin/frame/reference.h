@@ -28,6 +28,8 @@ inline void unlock(REALobjectStruct* object) {
 template <typename Handle>
 class Reference {
  public:
+  static constexpr bool kTriviallyRelocatable = true;
+
   Reference() = default;
   explicit Reference(Handle* handle) noexcept : handle_(handle) { lock(handle_); }
   /// Takes over a reference that the caller holds.

@@ -27,6 +27,7 @@
 #include "plugin/structures/hashing_policy.h"
 #include "plugin/structures/node_chain.h"
 #include "plugin/structures/positions.h"
+#include "plugin/structures/relocation.h"
 #include "plugin/structures/table_room.h"
 
 namespace vornik {
@@ -216,6 +217,7 @@ class HashTable {
       !std::is_trivially_destructible_v<Key> || !std::is_trivially_destructible_v<Value>;
 
   struct Element {
+    static constexpr bool kTriviallyRelocatable = TriviallyRelocatable<Stored> && TriviallyRelocatable<Value>;
     explicit Element(Stored&& stored) noexcept : key(std::move(stored)) {}
     Stored key;
     [[no_unique_address]] Value value{};

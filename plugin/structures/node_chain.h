@@ -9,11 +9,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
-#include <type_traits>
 #include <utility>
+
+#include "plugin/structures/relocation.h"
 
 namespace vornik {
 
@@ -21,14 +23,17 @@ namespace vornik {
 using NodeIndex = std::uint32_t;
 
 /// A chain of elements. Whoever owns it destroys them: what is still there when the chain goes is forgotten.
-/// Elements are moved about, by move construction and destruction, neither of which may throw; references to
-/// them die with the next element that is added. Constant time unless said otherwise.
+/// Elements are moved about as bytes; references to them die with the next element that is added. Constant
+/// time unless said otherwise.
 template <typename Element>
 class NodeChain {
+  static_assert(TriviallyRelocatable<Element>);
+
  public:
   /// Without room for any element, or for as many as said; may throw std::bad_alloc.
   NodeChain() = default;
-  explicit NodeChain(NodeIndex capacity) : nodes_(new Node[std::size_t{capacity} + 1]), capacity_(capacity) {
+  explicit NodeChain(NodeIndex capacity) {
+    reallocate(capacity);
     nodes_[0].next = kEndsRun;
     nodes_[0].previous = 0;
   }
@@ -87,23 +92,13 @@ class NodeChain {
   }
 
   /// Makes more room for a full chain; every element keeps its index. std::bad_alloc with nothing
-  /// changed. Linear.
+  /// changed. Linear, but for an array that can grow where it lies.
   void enlarge(NodeIndex capacity) {
-    NodeChain larger(capacity);
-    if (nodes_ != nullptr) {
-      if constexpr (std::is_trivially_copyable_v<Element>) {
-        std::memcpy(larger.nodes_.get(), nodes_.get(), (std::size_t{used_} + 1) * sizeof(Node));
-      } else {
-        larger.nodes_[0] = nodes_[0];
-        for (NodeIndex node = 1; node <= used_; ++node) {
-          larger.nodes_[node].next = nodes_[node].next;
-          larger.nodes_[node].previous = nodes_[node].previous;
-          relocate(node, larger, node);
-        }
-      }
+    if (nodes_ == nullptr) {
+      NodeChain(capacity).swap(*this);
+    } else {
+      reallocate(capacity);
     }
-    larger.used_ = used_;
-    swap(larger);
   }
 
   /// Moves all elements into `fresh`, which must be empty and have room for them, and takes its place.
@@ -117,7 +112,7 @@ class NodeChain {
       ++to;
       fresh.nodes_[to].next = nodes_[from].next & kEndsRun;
       fresh.nodes_[to].previous = to - 1;
-      relocate(from, fresh, to);
+      std::memcpy(fresh.nodes_[to].element, nodes_[from].element, sizeof(Element));
       moved(from, to);
     }
     fresh.nodes_[0].previous = to;
@@ -132,15 +127,19 @@ class NodeChain {
     alignas(Element) std::byte element[sizeof(Element)];
   };
   static constexpr NodeIndex kEndsRun = NodeIndex{1} << 31;
-  static_assert(std::is_nothrow_move_constructible_v<Element>);
+  struct Free {
+    void operator()(Node* nodes) const noexcept { std::free(nodes); }
+  };
 
-  void relocate(NodeIndex from, NodeChain& target, NodeIndex to) noexcept {
-    if constexpr (std::is_trivially_copyable_v<Element>) {
-      std::memcpy(target.nodes_[to].element, nodes_[from].element, sizeof(Element));
-    } else {
-      ::new (target.nodes_[to].element) Element(std::move((*this)[from]));
-      (*this)[from].~Element();
-    }
+  // The C library's memory, because it alone can grow in place: the pages of a large array, most of them not
+  // touched yet, then need not be taken twice. Not inline: compilers make another call of it where they see that
+  // the array is new, and tests with failing memory look for this one.
+  [[gnu::noinline]] void reallocate(NodeIndex capacity) {
+    void* const memory = std::realloc(nodes_.get(), (std::size_t{capacity} + 1) * sizeof(Node));
+    if (memory == nullptr) throw std::bad_alloc();
+    static_cast<void>(nodes_.release());
+    nodes_.reset(static_cast<Node*>(memory));
+    capacity_ = capacity;
   }
 
   void swap(NodeChain& other) noexcept {
@@ -150,10 +149,10 @@ class NodeChain {
     std::swap(free_, other.free_);
   }
 
-  std::unique_ptr<Node[]> nodes_;  // null as long as there is no room
-  NodeIndex capacity_ = 0;         // nodes with an index up to this one are there,
-  NodeIndex used_ = 0;             // and up to this one were in use at some time
-  NodeIndex free_ = 0;             // given back, the last one first
+  std::unique_ptr<Node[], Free> nodes_;  // null as long as there is no room
+  NodeIndex capacity_ = 0;               // nodes with an index up to this one are there,
+  NodeIndex used_ = 0;                   // and up to this one were in use at some time
+  NodeIndex free_ = 0;                   // given back, the last one first
 };
 
 }  // namespace vornik

@@ -25,8 +25,13 @@ struct Case {
 };
 
 /// The values are memory, so that a lost one is seen.
+struct Memory : std::unique_ptr<std::int64_t> {
+  static constexpr bool kTriviallyRelocatable = true;
+  using unique_ptr::unique_ptr;
+  using unique_ptr::operator=;
+};
 struct Filled {
-  using Table = HashTable<std::int64_t, std::unique_ptr<std::int64_t>, MixedHashing<32>>;
+  using Table = HashTable<std::int64_t, Memory, MixedHashing<32>>;
 
   explicit Filled(const Case& c) {
     for (std::int64_t key = 0; key < c.elements; ++key) insert(key);

@@ -1,5 +1,7 @@
 #include "tests/support/failures_memory.h"
 
+#include <dlfcn.h>
+
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -51,18 +53,26 @@ void give(void* memory) noexcept {
   std::free(entered(memory, [&](Held& all) { all.erase(memory); }));
 }
 
-void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
-  const bool isLibrarys = host::Host::insidePlugin() && !accountIsBeingWritten;
-  if (shortage.untilFailure != 0 && isLibrarys) {
-    if (shortage.untilFailure == 1) {
-      if (!shortage.lasts) shortage.untilFailure = 0;
-      ++shortage.failures;
-      return nullptr;
-    }
+bool isForLibrary() noexcept {
+  return host::Host::insidePlugin() && !accountIsBeingWritten;
+}
+
+/// Whether this allocation of the library's is to fail.
+bool failsNow() noexcept {
+  if (shortage.untilFailure == 0) return false;
+  if (shortage.untilFailure > 1) {
     --shortage.untilFailure;
+    return false;
   }
+  if (!shortage.lasts) shortage.untilFailure = 0;
+  ++shortage.failures;
+  return true;
+}
+
+void* allocate(std::size_t size, std::size_t alignment = 0) noexcept {
+  if (!isForLibrary()) return take(size, alignment);
+  if (failsNow()) return nullptr;
   void* const memory = take(size, alignment);
-  if (!isLibrarys) return memory;
   return entered(memory, [&](Held& all) { all.insert(memory); });
 }
 
@@ -114,3 +124,15 @@ using vornik::behaviour::give;
 // clang-format on
 VORNIK_ALLOCATION_FUNCTIONS()
 VORNIK_ALLOCATION_FUNCTIONS([])
+
+// Arrays that grow in place are the C library's, and fail like all others; only the sanitizer keeps account of
+// them. It stands before the C library, if it is there.
+extern "C" [[gnu::weak]] void* __interceptor_realloc(void* memory, std::size_t size);  // NOLINT
+extern "C" void* realloc(void* memory, std::size_t size) noexcept {
+  using Realloc = void*(void*, std::size_t);
+  static Realloc* const real = __interceptor_realloc != nullptr
+                                   ? __interceptor_realloc
+                                   : reinterpret_cast<Realloc*>(dlsym(RTLD_NEXT, "realloc"));
+  using namespace vornik::behaviour;
+  return isForLibrary() && failsNow() ? nullptr : real(memory, size);
+}
