@@ -85,5 +85,5 @@ local absent = 0
 while firstLine:hasKey(absent) do absent = absent + 1 end
 local found, exception = pcall(function() return firstLine.value[absent] end)
 assert(not found and exception.class == "KeyNotFoundException", exception)
-print(("\nNo line has %d characters: lookup(%d, -1) is %d; value[%d] raises %s, \"%s\"."):format(
+print(("\nNo line has the length %d: lookup(%d, -1) is %d; value[%d] raises %s, \"%s\"."):format(
   absent, absent, firstLine:lookup(absent, -1), absent, exception.class, exception.message))

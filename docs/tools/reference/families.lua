@@ -42,8 +42,8 @@ local mixedOrder = [[
 **Keys of one type only.** Keys of one type are in the order of their values. Between types the order is that of the
 Variants' addresses, which is none: an ordered class with keys of several types misses keys that it holds, and takes
 one twice. **No NaN either:** it is neither less nor greater than any other number of its type, so it passes for the
-same key as one of them, and replaces that one's value. For keys of several types, and where a number may be NaN, use
-the hash class.]]
+same key as every one that it is compared with. Put in first, it takes the place of all of them; put in later, that of
+one. For keys of several types, and where a number may be NaN, use the hash class.]]
 
 local variantHash = [[
 Keys of any types go together. NaN equals no key, itself included: every NaN is an entry of its own, which only a walk

@@ -414,11 +414,14 @@ local copies = {
     name = "Constructor(other)",
     text = function(family)
       return "A copy of a map of the same class" .. (family.text and ", with its choice of case" or "") .. [[: keys, and
-the values themselves, so that an object as a value is in both maps. In ordered classes the copy has the original's
+the values themselves, so that an object or an array as a value is in both maps. In ordered classes the copy has the original's
 sequence exactly; in hash classes its buckets are its own, so `BinCount` and the order of visits may differ.
 
 **A map cannot be copied into itself:** its entries go first, and what is left is an object without a container,
-whose members raise NilObjectException "Map not initialized" until it is constructed again.]]
+whose members raise NilObjectException "Map not initialized" until it is constructed again.
+
+**Run on a map that was in use,** a constructor makes all iterators of that map stale, and leaves the snapshot behind
+`Keys`, `Values` and index access as it was: call `Clear` first.]]
     end,
     cost = "linear; in hash classes on average.",
     raises = [[NilObjectException "Other map is nil", and the object stays as it was. NilObjectException "Other map
@@ -442,8 +445,8 @@ Dictionary that is nil, an empty map.]],
   {
     name = "Constructor(dic, CaseSensitive)",
     text = [[A map with the entries of a Dictionary, whose keys and values the host converts to the map's types.
-`CaseSensitive` defaults to True. Where two keys are the same in the map, the first key stays, with the later value.
-From a Dictionary that is nil, an empty map.]],
+`CaseSensitive` defaults to True, also where the Dictionary was made from a map that is not. Where two keys are the
+same in the map, the first key stays, with the later value. From a Dictionary that is nil, an empty map.]],
     cost = "as many insertions as the Dictionary has entries.",
     example = {
       { "Var d As New Dictionary", "d = Dictionary()" }, { 'd.Value("Ab") = "x"', 'd["Ab"] = "x"' },
