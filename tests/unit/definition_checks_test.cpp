@@ -25,6 +25,12 @@ void* resolve(const char* name) {
   return std::strcmp(name, "PluginRegisterClass") == 0 ? reinterpret_cast<void*>(&registerClass) : nullptr;
 }
 
+template <typename Record>
+void attach(const Record*& table, std::uint64_t& tableCount, const Record* records, std::uint64_t count) {
+  table = records;
+  tableCount = count;
+}
+
 /// A definition without fault, for the tests to spoil.
 struct Sample {
   Sample() {
@@ -89,10 +95,7 @@ TEST_F(DefinitionChecks, NameEveryFaultAndNothingElse) {
          s.d.name = nullptr;
        },
        {"Error: A class without name."}},
-      {[](Sample& s) {
-         s.d.attributes = s.attributes;
-         s.d.attributeCount = 2;
-       },
+      {[](Sample& s) { attach(s.d.attributes, s.d.attributeCount, s.attributes, 2); },
        {"Error: .C has an attribute without name! Index: 1",
         "Error: .C has an attribute without value! Name: (null) Index: 1"}},
       {[](Sample& s) { s.method = {nullptr, nullptr, nullptr, 4, 1, nullptr}; },
@@ -101,18 +104,15 @@ TEST_F(DefinitionChecks, NameEveryFaultAndNothingElse) {
       {[](Sample& s) { s.sharedMethod.attributeCount = 10001; },
        {"Error: The method C.Go has the wrong attributeCount value: 10001",
         "Error: attribute count out of range for C.Go: 10001."}},
-      {[](Sample& s) { s.property.name = nullptr, s.property.getter = nullptr; },
-       {"Error: The property C.0 has nil name.", "Error: The property C.(null) has nil getter."}},
-      {[](Sample& s) {
-         s.sharedProperty.type = nullptr, s.property.editor = &s.event, s.property.enumCount = 1;
-       },
-       {"Error: The property C.Size has editor.", "Error: The property C.Size has wrong enumCount: 1",
-        "Error: The property C.0 has nil type."}},
+      {[](Sample& s) { s.property.name = nullptr; }, {"Error: The property C.0 has nil name."}},
+      {[](Sample& s) { s.property.getter = nullptr; }, {"Error: The property C.Size has nil getter."}},
+      {[](Sample& s) { s.sharedProperty.type = nullptr; }, {"Error: The property C.0 has nil type."}},
+      {[](Sample& s) { s.property.editor = &s.event; }, {"Error: The property C.Size has editor."}},
+      {[](Sample& s) { s.property.enumCount = 1; }, {"Error: The property C.Size has wrong enumCount: 1"}},
       {[](Sample& s) { s.property.attributes = s.attributes; },
        {"Error: The property C.Size has attributes: 0"}},
       {[](Sample& s) {
-         s.sharedProperty.attributes = s.attributes;
-         s.sharedProperty.attributeCount = 2;
+         attach(s.sharedProperty.attributes, s.sharedProperty.attributeCount, s.attributes, 2);
        },
        {"Error: C.Size has an attribute without name! Index: 1",
         "Error: C.Size has an attribute without value! Name: (null) Index: 1"}},
@@ -126,22 +126,13 @@ TEST_F(DefinitionChecks, NameEveryFaultAndNothingElse) {
       {[](Sample& s) { s.useStandard("Integer", kStandard, nullptr, 44); }, {}},
       {[](Sample& s) { s.useStandard("Integer", &someFunction, kStandard, 48); },
        {"Error: Offset for variable too big: C.Size 48 48"}},
-      {[](Sample& s) {
-         s.d.constants = &s.constant;
-         s.d.constantCount = 1;
-       },
+      {[](Sample& s) { attach(s.d.constants, s.d.constantCount, &s.constant, 1); },
        {"Error: The constant C.0 has nil declaration.",
         "Error: The constant C.(null) has the wrong attributeCount value: 1"}},
-      {[](Sample& s) {
-         s.d.events = &s.event;
-         s.d.eventCount = 1;
-       },
+      {[](Sample& s) { attach(s.d.events, s.d.eventCount, &s.event, 1); },
        {"Error: The event C.0 has nil declaration.",
         "Error: The event C.(null) has the wrong attributeCount value: 0"}},
-      {[](Sample& s) {
-         s.d.delegates = &s.delegate;
-         s.d.delegateCount = 1;
-       },
+      {[](Sample& s) { attach(s.d.delegates, s.d.delegateCount, &s.delegate, 1); },
        {"Error: The delegate C.0 has nil declaration.", "Warning: The delegate C.(null) has 0 for flags.",
         "Error: The delegate C.(null) has the wrong attributeCount value: 1"}},
       {[](Sample& s) { s.d.flags = 0x104; },
@@ -176,25 +167,20 @@ TEST_F(DefinitionChecks, NameEveryFaultAndNothingElse) {
 
 TEST_F(DefinitionChecks, NameCountsWithoutTheirTables) {
   using D = REALclassDefinition;
-  const std::pair<std::uint64_t D::*, const char*> counts[] = {
-      {&D::propertyCount, "propertyCount"},
-      {&D::methodCount, "methodCount"},
-      {&D::eventCount, "eventCount"},
-      {&D::eventInstanceCount, "eventInstanceCount"},
-      {&D::constantCount, "constantCount"},
-      {&D::sharedPropertyCount, "sharedPropertyCounttionCount"},
-      {&D::sharedMethodCount, "sharedMethodCount"},
-      {&D::attributeCount, "attributeCount"},
-      {&D::delegateCount, "delegateCount"},
-      {&D::enumCount, "enumCount"}};
+  std::uint64_t D::*const counts[] = {&D::propertyCount,      &D::methodCount,    &D::eventCount,
+                                      &D::eventInstanceCount, &D::constantCount,  &D::sharedPropertyCount,
+                                      &D::sharedMethodCount,  &D::attributeCount, &D::delegateCount,
+                                      &D::enumCount};
+  const char* const names[] = {
+      "property",     "method",    "event",    "eventInstance", "constant", "sharedPropertyCounttion",
+      "sharedMethod", "attribute", "delegate", "enum"};
   Sample sample;
   sample.d.properties = sample.d.sharedProperties = nullptr;
   sample.d.methods = sample.d.sharedMethods = nullptr;
   Lines expected;
-  for (const auto& [count, name] : counts) {
-    sample.d.*count = 1;
-    expected.push_back(std::string("Error: The class C has the wrong ") + name + " value: 1");
-  }
+  for (const auto count : counts) sample.d.*count = 1;
+  for (const std::string name : names)
+    expected.push_back("Error: The class C has the wrong " + name + "Count value: 1");
   for (const char* line : {"The class extension C has wrong attributes: 1", "method C.0 is NULL.",
                            "Constant C.0 is NULL.", "method C.0 is NULL."}) {
     expected.push_back(std::string("Error: ") + line);
