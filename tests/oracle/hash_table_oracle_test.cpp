@@ -187,9 +187,9 @@ void compareOverRandomSteps(std::uint64_t steps, std::int64_t lowest, std::int64
     if (random() % 60000 == 0) run.clear();
     if (random() % 20000 == 0) run.copy();
     const bool isFull = untilFullComparison-- == 0;
-    ASSERT_NO_FATAL_FAILURE(run.expectSame(isFull ? run.size() + 1 : 2)) << "step " << step;
+    run.expectSame(isFull ? run.size() + 1 : 2);
     if (!isFull) continue;
-    ASSERT_NO_FATAL_FAILURE(run.expectPositions()) << "step " << step;
+    run.expectPositions();
     untilFullComparison = run.size() / 32;  // every step while there are few elements
   }
 }
@@ -202,7 +202,7 @@ using Runs = testing::Types<
     Mirrored<MixedHashing<6>, TinyHashTableSizes>>;
 TYPED_TEST_SUITE(HashTableOracle, Runs);
 
-TYPED_TEST(HashTableOracle, SameOrderAndBucketCountAfterEveryStep) {
+TYPED_TEST(HashTableOracle, HasTheOrderAndTheBucketsOfTheStandardsAndLosesNothing) {
   const char* chosen = std::getenv("VORNIK_OPERATIONS");
   const std::uint64_t steps = chosen != nullptr ? std::strtoull(chosen, nullptr, 10) : 1'000'000;
   host::Host host;
