@@ -207,7 +207,6 @@ class OrderedTree {
   }
 
  private:
-
   static constexpr bool kEntriesOwn =
       !std::is_trivially_destructible_v<Key> || !std::is_trivially_destructible_v<Value>;
 
