@@ -207,8 +207,6 @@ class OrderedTree {
   }
 
  private:
-  friend struct OrderedTreeTest;
-
   static constexpr bool kEntriesOwn =
       !std::is_trivially_destructible_v<Key> || !std::is_trivially_destructible_v<Value>;
 

@@ -30,61 +30,37 @@ std::int64_t elementAt(const Value& array, std::int64_t index) {
 
 TEST_F(Arrays, TheFirstAccessInBoundsProbesOnceAndFindsTheDocumentedLayout) {
   const Value array = host_.array(kArrayOfIntegers, {7, 8});
-  EXPECT_THAT(
-      logLinesOf([&] {
-        EXPECT_EQ(raisedBy([&] { EXPECT_EQ(elementAt(array, 2), 42); }),
-                  "OutOfBoundsException: The parameter index  is too big. Range is 0 to 1, but value is 2.");
-        EXPECT_EQ(
-            raisedBy([&] { placeAt(as<_REALarrayInteger>(array), -1).set(5); }),
-            "OutOfBoundsException: The parameter index  is too small. Range is 0 to 1, but value is -1.");
-        EXPECT_FALSE(ArrayAccessTested);
-        EXPECT_EQ(elementAt(array, 1), 8);
-        placeAt(as<_REALarrayInteger>(array), 1).set(9);
-      }),
-      ElementsAre("QZR Debug: TestArray 2024.010000"));
+  EXPECT_THAT(logLinesOf([&] {
+                raisedBy([&] { EXPECT_EQ(elementAt(array, 2), 42); });
+                EXPECT_FALSE(ArrayAccessTested);
+                EXPECT_EQ(elementAt(array, 1), 8);
+                placeAt(as<_REALarrayInteger>(array), 1).set(9);
+              }),
+              ElementsAre("QZR Debug: TestArray 2024.010000"));
   EXPECT_TRUE(ArrayAccessSuccess);
   host_.resetCalls();
   EXPECT_EQ(elementAt(array, 1), 9);
   EXPECT_EQ(host_.calls().at("PluginIntegerArrayGetProc"), 0u) << "elements are read directly";
 }
 
-void checkReferences(host::Host& host) {
-  const Value first = host.scriptObject("first"), second = host.scriptObject("second");
-  const Value array = host.array(kArrayOfVariants, {first});
-  const auto set = [&](const Value& value) { placeAt(as<_REALarrayObject>(array), 0).set(objectOf(value)); };
-  set(first);
-  EXPECT_EQ(host.references(first), 2);
-  bool gone = false;
-  set(host.scriptObject("held by the array alone", [&] { gone = true; }));
-  REALobjectStruct* held = nullptr;
-  REALGetArrayValue(as<_REALarrayObject>(array), 0, &held);
-  REALUnlockObject(held);
-  placeAt(as<_REALarrayObject>(array), 0).set(held);
-  EXPECT_FALSE(gone) << "an element set to itself stays";
-  set(second);
-  EXPECT_EQ(host.references(first), 1);
-  REALobjectStruct* element = nullptr;
-  REALGetArrayValue(as<_REALarrayObject>(array), 0, &element);
-  EXPECT_EQ(element, objectOf(second));
-  EXPECT_EQ(host.references(second), 3);
-  REALUnlockObject(element);
-  set(nullptr);
-  EXPECT_EQ(host.references(second), 1);
-
-  const Value text("text"), strings = host.array(kArrayOfStrings, {"old"});
-  placeAt(as<_REALarrayString>(strings), 0).set(text.string().get());
-  REALstringStruct* string = nullptr;
-  REALGetArrayValue(as<_REALarrayString>(strings), 0, &string);
-  EXPECT_EQ(string, text.string().get());
-  EXPECT_EQ(host.references(text), 3);
-  REALUnlockString(string);
-}
-
-TEST_F(Arrays, ReferencesAreCountedAlikeDirectlyAndThroughTheProcedures) {
-  checkReferences(host_);
-  EXPECT_TRUE(ArrayAccessSuccess);
-  ArrayAccessSuccess = false;
-  checkReferences(host_);
+TEST_F(Arrays, AnElementThatIsReplacedIsGivenBackDirectlyAndThroughTheProcedures) {
+  const Value array = host_.array(kArrayOfVariants, {host_.scriptObject("first")});
+  for (const bool isDirect : {true, false}) {
+    bool gone = false;
+    const auto set = [&](const Value& value) {
+      placeAt(as<_REALarrayObject>(array), 0).set(objectOf(value));
+    };
+    set(host_.scriptObject("held by the array alone", [&] { gone = true; }));
+    REALobjectStruct* held = nullptr;
+    REALGetArrayValue(as<_REALarrayObject>(array), 0, &held);
+    EXPECT_EQ(ArrayAccessSuccess, isDirect);
+    REALUnlockObject(held);
+    placeAt(as<_REALarrayObject>(array), 0).set(held);
+    EXPECT_FALSE(gone) << "an element set to itself stays";
+    set(nullptr);
+    EXPECT_TRUE(gone);
+    ArrayAccessSuccess = false;
+  }
 }
 
 TEST(ArrayLayouts, AreReadDirectlyWhereTheyAreAsTheVersionDocuments) {
