@@ -1,12 +1,12 @@
 // Text views on raw bytes in every encoding, and the heads of texts against the texts.
 #include <string>
 
+#include "host/host.h"
 #include "plugin/frame/globals.h"
 #include "plugin/values/string_keys.h"
 #include "plugin/values/text.h"
 #include "plugin/values/text_heads.h"
 #include "tests/fuzz/input.h"
-#include "tests/fuzz/walk.h"
 
 namespace vornik::fuzz {
 namespace {
@@ -52,10 +52,6 @@ void checkOrder(const Value& a, const Value& b, const std::string& textA, const 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace vornik;
   using namespace vornik::fuzz;
-  static constexpr std::uint32_t kEncodings[] = {
-      kEncodingUTF8,    kEncodingASCII,   kEncodingUTF16, kEncodingMacRoman,      kEncodingISOLatin1,
-      kEncodingUTF16BE, kEncodingUTF16LE, kEncodingUTF32, kEncodingWindowsLatin1, kEncodingUTF32BE,
-      kEncodingUTF32LE, kEncodingUnknown, 0x1234};
   static host::Host host;
   gResolver = &host::Host::resolve;
   rbversion_rbversion = 2024.01;
