@@ -212,19 +212,25 @@ TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
 }
 
 TEST_F(InterruptedHosts, ScriptCodeMayDoAnythingWhileArraysAreMadeAndFilled) {
-  // Elements are set directly, or through the procedures.
+  // Elements are set directly, or through the procedures: here of ordered classes, there of hash classes.
   for (const auto layout : {HostOptions::ArrayLayout::kDocumented, HostOptions::ArrayLayout::kOther}) {
     start({.arrayLayout = layout});
     const auto calls = host().calls();
-    forSubjectsWhere(anyClass, [&] {
-      for (const auto& entry : calls) {
-        const std::string& service = entry.first;
-        const auto names = [&service](const char* part) { return service.find(part) != std::string::npos; };
-        if (names("ArrayCreate") || names("ArraySet") || names("UBound")) interrupt(service, exports);
-        if (names("ArrayCreate") || names("ArraySetProc()")) interrupt(service, index);
-        if (names("ArrayInsert") && facts().isMap()) interrupt(service, adds);
-      }
-    });
+    const bool ordered = layout == HostOptions::ArrayLayout::kDocumented;
+    forSubjectsWhere([=](const ClassFacts& f) { return f.ordered == ordered; },
+                     [&] {
+                       if (!caseSensitive()) return;
+                       for (const auto& entry : calls) {
+                         const std::string& service = entry.first;
+                         const auto names = [&service](const char* part) {
+                           return service.find(part) != std::string::npos;
+                         };
+                         if (names("ArrayCreate") || names("ArraySet") || names("UBound"))
+                           interrupt(service, exports);
+                         if (names("ArrayCreate") || names("ArraySetProc()")) interrupt(service, index);
+                         if (names("ArrayInsert") && facts().isMap()) interrupt(service, adds);
+                       }
+                     });
   }
 }
 
