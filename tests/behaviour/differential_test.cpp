@@ -1,8 +1,9 @@
-// Long random runs over containers of every class against a model: the order of keys, which of them are the same,
-// what iterators are good for. Texts come in many encodings, with zeros and illegal bytes in them and long common
-// beginnings; Variants in every type.
+// Long random runs over containers of every class against a model: the order of keys, which of them are the
+// same, what iterators are good for. Texts come in many encodings, with zeros and illegal bytes in them and
+// long common beginnings; Variants in every type.
 //
-// A run has 20,000 operations, that over the ordered Integer map 300,000; VORNIK_OPERATIONS sets another number.
+// A run has 20,000 operations, that over the ordered Integer map 300,000; VORNIK_OPERATIONS sets another
+// number.
 #include <cstdlib>
 #include <random>
 

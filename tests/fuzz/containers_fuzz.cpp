@@ -1,6 +1,7 @@
 // What script code can do, by an input's bytes, in any host: operations on containers that a model knows the
-// answers of, or any at all, with failures, destructors and code of dictionaries in the middle of them. Then no
-// more is known than that nothing crashes, the books are even, and a container is what it was after an exception.
+// answers of, or any at all, with failures, destructors and code of dictionaries in the middle of them. Then
+// no more is known than that nothing crashes, the books are even, and a container is what it was after an
+// exception.
 //
 // VORNIK_FUZZ_TRACE=1 prints the operations. The library starts anew with every input.
 #include <array>
@@ -65,8 +66,8 @@ bool isContainer(const Value& value) {
   return facts != kClasses.end() && Host::current().className(value) == facts->name;
 }
 
-/// The entries as a walk meets them, forwards and back alike; nothing for an object without a container, or where
-/// the host makes no iterators. They are not held, so that they can go.
+/// The entries as a walk meets them, forwards and back alike; nothing for an object without a container, or
+/// where the host makes no iterators. They are not held, so that they can go.
 std::optional<Texts> walk(const Value& container) {
   Host& host = Host::current();
   const ClassFacts& facts = *factsOf(container);
@@ -96,8 +97,8 @@ std::optional<Texts> walk(const Value& container) {
   }
 }
 
-/// Plays any script. What it holds lies in slots; destructors of script objects and code of dictionaries play on
-/// in the middle of a step.
+/// Plays any script. What it holds lies in slots; destructors of script objects and code of dictionaries play
+/// on in the middle of a step.
 ///
 /// Two containers that hold each other would never go. So one may hold only such as are of classes that come
 /// later; and what is copied into one is of its own class, or was made for that and holds no container.
@@ -122,10 +123,10 @@ class Player {
  private:
   void step() {
     static constexpr void (Player::*kSteps[])() = {
-        &Player::create,  &Player::create,      &Player::put,       &Player::put,
-        &Player::put,     &Player::put,         &Player::callAny,   &Player::callAny,
-        &Player::callAny, &Player::callAny,     &Player::assignAny, &Player::release,
-        &Player::share,   &Player::removeRange, &Player::put,       &Player::misfortune};
+        &Player::create,  &Player::create,  &Player::put,         &Player::put,
+        &Player::put,     &Player::put,     &Player::put,         &Player::callAny,
+        &Player::callAny, &Player::callAny, &Player::callAny,     &Player::callAny,
+        &Player::release, &Player::release, &Player::removeRange, &Player::misfortune};
     ++allSteps;
     ++steps_;
     ++depth_;
@@ -136,9 +137,9 @@ class Player {
     if (!ending_ && depth_ < kDeepestNesting) step();
   }
 
-  /// Runs one operation of the script on `subject`, under the misfortune that is due. An operation that raises
-  /// leaves its container as it was; the exceptions are constructors, and operations in the middle of which
-  /// other steps were played.
+  /// Runs one operation of the script on `subject`, under the misfortune that is due. An operation that
+  /// raises leaves its container as it was; the exceptions are constructors, and operations in the middle of
+  /// which other steps were played.
   template <typename Operation>
   void attempt(const std::string& name, const Value& subject, Operation operation) {
     const bool watches = checksAlways_ && depth_ == 1 && isContainer(subject);
@@ -212,25 +213,16 @@ class Player {
     if (number < type.properties.size()) {
       return attempt("property", self, [&] { host_.get(self, type.properties[number].name); });
     }
-    const host::Declaration& declaration = type.methods[number % type.methods.size()].declaration;
-    const Values given = arguments(declaration, facts);
-    attempt(declaration.name, self, [&] { keep(host_.call(self, declaration.name, given)); });
+    const host::RegisteredMethod& method = type.methods[number % type.methods.size()];
+    const std::string& name = method.declaration.name;
+    const Values given = arguments(method.declaration, facts);
+    if (method.setter == nullptr || input_.oneIn(2))
+      return attempt(name, self, [&] { keep(host_.call(self, name, given)); });
+    const Value value = argument(method.declaration.result, facts);
+    attempt(name + " =", self, [&] { host_.assign(self, name, given, value); });
   }
 
-  void assignAny() {
-    const Value self = anySlot();
-    const ClassFacts* const facts = factsOf(self);
-    if (facts == kClasses.end()) return;
-    for (const auto& method : host_.findClass(host_.className(self))->methods) {
-      if (method.setter == nullptr) continue;
-      const Values given = arguments(method.declaration, facts);
-      const Value value = argument(method.declaration.result, facts);
-      return attempt("assignment", self, [&] { host_.assign(self, method.declaration.name, given, value); });
-    }
-  }
-
-  void release() { anySlot() = nullptr; }
-  void share() { anySlot() = Value(anySlot()); }
+  void release() { anySlot() = input_.oneIn(2) ? Value() : Value(anySlot()); }
 
   /// One operation while a service fails, or on little memory.
   void misfortune() {

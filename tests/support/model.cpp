@@ -209,7 +209,8 @@ class Model {
     return atEnd && needsEntry ? kAtEnd : "";
   }
 
-  /// Serials as they are visited. The model knows it of ordered classes; hash classes are asked, once a change.
+  /// Serials as they are visited. The model knows it of ordered classes; hash classes are asked, once a
+  /// change.
   const std::vector<std::uint64_t>& order(Mirror& mirror) {
     if (!mirror.order.empty() || mirror.entries.empty()) return mirror.order;
     std::unordered_map<std::string, std::uint64_t> serials;

@@ -1,6 +1,6 @@
-// Two containers of one class and a model of each, which knows nothing of the library: every answer is compared.
-// Iterators are held across every change, so that entries go, and their memory is used again, under iterators
-// that have to know it.
+// Two containers of one class and a model of each, which knows nothing of the library: every answer is
+// compared. Iterators are held across every change, so that entries go, and their memory is used again, under
+// iterators that have to know it.
 #ifndef VORNIK_TESTS_SUPPORT_MODEL_H
 #define VORNIK_TESTS_SUPPORT_MODEL_H
 
@@ -33,8 +33,8 @@ struct ModelRun {
 /// One of the keys.
 Value modelKey(const ModelRun& run);
 
-/// Runs operations as long as there are some. std::logic_error, with the number and the name of the operation,
-/// when an answer is not what the model says.
+/// Runs operations as long as there are some. std::logic_error, with the number and the name of the
+/// operation, when an answer is not what the model says.
 void compareWithModel(const ModelRun& run, const std::function<bool()>& goesOn);
 
 }  // namespace vornik::behaviour
