@@ -34,76 +34,58 @@ class Operations : public ContainerSuite {
   Operations() { someTextsAreBorrowed = false; }
 
   struct Operation {
-    const char* name;
+    std::string name;
     int entries;  ///< in the container that it runs on: keys 0 and up
     std::function<void(const Value& container)> run;
     bool allocates = false;  ///< for certain, whatever the class
   };
 
+  Value argument(const host::DeclaredType& type, const Value& container) {
+    using enum host::DeclaredType::Kind;
+    const Kind kind = type.kind == kInteger ? kInt : type.kind == kString ? kText : kAny;
+    if (type.isArray)
+      return host().array(arrayOf(kind), {keyOf(kind, 7), keyOf(kind, 8), keyOf(kind, 9), keyOf(kind, 7)});
+    if (type.kind == kBoolean) return caseSensitive();
+    if (type.kind != kObject) return keyOf(kind, 4);
+    if (host::sameName(type.name, facts().name)) return filled(13);
+    if (host::sameName(type.name, facts().iterator())) return nth(container, 2);
+    const Value dictionary = host().dictionary();
+    for (int i = 0; i < 13; ++i) host().setEntry(dictionary, key(i), value(i));
+    return dictionary;
+  }
+
+  /// All declared members, with arguments of the declared types; and what needs more entries.
   std::vector<Operation> operations() {
     std::vector<Operation> all;
-    const auto addEach = [&](const std::string& ofClass, const std::vector<const char*>& methods, auto run) {
-      const Value object = host().instantiate(ofClass);
-      for (const char* method : methods) {
-        if (!host().hasMember(object, method)) continue;
-        all.push_back({method, 5, [=](const Value& c) { run(c, method); }});
+    for (const bool ofIterator : {false, true}) {
+      const auto& type = *host().findClass(ofIterator ? facts().iterator() : facts().name);
+      const auto self = [=, this](const Value& c) { return ofIterator ? nth(c, 1) : c; };
+      for (const auto& property : type.properties)
+        all.push_back({property.name, 5, [=, this](const Value& c) { host().get(self(c), property.name); }});
+      for (const auto& method : type.methods) {
+        const host::Declaration& declaration = method.declaration;  // the host's
+        const auto arguments = [&declaration, this](const Value& c) {
+          Values values;
+          for (const auto& parameter : declaration.parameters) values.push_back(argument(parameter.type, c));
+          return values;
+        };
+        const std::string name = declaration.name;
+        const bool allocates = name == "Constructor" || name == "Clone";
+        all.push_back({name, 5, [=, this](const Value& c) { call(self(c), name, arguments(c)); }, allocates});
+        if (method.setter == nullptr) continue;
+        all.push_back({name + " =", 5, [=, this](const Value& c) {
+                         host().assign(self(c), name, arguments(c), value(500));
+                       }});
       }
-    };
-    addEach(facts().name,
-            {"MaxSize", "Count", "Empty", "CaseSensitive", "BinCount", "Clear", "first", "last", "Keys",
-             "Values", "CloneDictionary", "Operator_Convert"},
-            [this](const Value& c, const char* member) { host().get(c, member); });
-    addEach(facts().name, {"Remove", "find", "CountKey", "LowerBound", "UpperBound", "value", "hasKey"},
-            [this](const Value& c, const char* method) { call(c, method, {key(3)}); });
-    addEach(facts().name, {"Key", "ValueAtIndex"},
-            [this](const Value& c, const char* method) { call(c, method, {1}); });
-    addEach(facts().iterator(), {"Key", "MoveNext", "MovePrev", "Value"},
-            [this](const Value& c, const char* method) { call(nth(c, 2), method); });
-    addEach(facts().iterator(), {"isEqual", "isNotEqual"},
-            [this](const Value& c, const char* method) { call(nth(c, 1), method, {nth(c, 2)}); });
-    const auto construct = [this](const Value& c, const Values& arguments) {
-      call(c, "Constructor", arguments);
-    };
-    // The walk has more positions than fit in one block of them.
-    all.push_back({"walk", 300, [this](const Value& c) { visit(c); }, true});
-    // The first entry, and those before which a tree's leaf is full, or a table's buckets or nodes.
-    for (const int count : facts().ordered ? std::vector{0, 4, 16, 64} : std::vector{0, 11, 12, 47}) {
-      all.push_back({"next entry", count, [=, this](const Value& c) { put(c, count); }, true});
     }
-    all.push_back({"present entry", 5, [this](const Value& c) { put(c, 3, 500); }});
-    all.push_back({"Constructor", 5, [=](const Value& c) { construct(c, constructorArguments()); }, true});
-    all.push_back({"Remove(pos)", 5, [this](const Value& c) { call(c, "Remove", {nth(c, 2)}); }});
-    all.push_back({"Remove(range)", 5, [this](const Value& c) {
-                     call(c, "Remove", {call(c, "first"), call(c, "last")});
-                   }});
-    all.push_back({"Remove(range) over leaves", 200, [this](const Value& c) {
+    // The walk has more positions than fit in one block of them, the range more entries than a leaf.
+    all.push_back({"walk", 300, [this](const Value& c) { visit(c); }, true});
+    all.push_back({"Remove over leaves", 200, [this](const Value& c) {
                      call(c, "Remove", {nth(c, 3), nth(c, 190)});
                    }});
-    const Values sought = facts().isMap() ? Values{key(3), value(9)} : Values{key(3)};
-    all.push_back({"lookup", 5, [=, this](const Value& c) { call(c, "lookup", sought); }});
-    const auto array = [this](Kind kind, const Values& elements) {
-      return host().array(arrayOf(kind), elements);
-    };
-    const auto fromArray = [=](const Value& c, Kind kind) {
-      construct(c, {array(kind, {keyOf(kind, 7), keyOf(kind, 8), keyOf(kind, 9), keyOf(kind, 7)})});
-    };
-    for (const Kind kind : {facts().key, facts().key == kAny ? kText : facts().key}) {
-      if (facts().isMap()) break;
-      all.push_back({"from array", 5, [=](const Value& c) { fromArray(c, kind); }, true});
-    }
-    const auto fromDictionary = [=, this](const Value& c) {
-      const Value dictionary = host().dictionary();
-      for (int i = 0; i < 13; ++i) host().setEntry(dictionary, key(i), value(i));
-      construct(c, {dictionary});
-    };
-    const std::vector<Operation> ofMaps = {
-        {"copy", 5, [=, this](const Value& c) { construct(c, {filled(13)}); }, true},
-        {"from dictionary", 5, fromDictionary, true},
-        {"Clone", 13, [this](const Value& c) { call(c, "Clone"); }, true},
-        {"AddKeys", 5, [=, this](const Value& c) { call(c, "AddKeys", {array(facts().key, {})}); }},
-        {"AddValues", 5, [=, this](const Value& c) { call(c, "AddValues", {array(facts().value, {})}); }},
-        {"Value =", 5, [this](const Value& c) { host().assign(nth(c, 0), "Value", {}, value(77)); }}};
-    if (facts().isMap()) all.insert(all.end(), ofMaps.begin(), ofMaps.end());
+    // The first entry, and those before which a tree's leaf is full, or a table's buckets or nodes.
+    for (const int count : facts().ordered ? std::vector{0, 4, 16, 64} : std::vector{0, 11, 12, 47})
+      all.push_back({"next entry", count, [=, this](const Value& c) { put(c, count); }, true});
     return all;
   }
 

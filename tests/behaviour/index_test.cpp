@@ -185,21 +185,26 @@ TEST_F(ArrayHosts, MayBeUnableToMakeArrays) {
 }
 
 TEST_F(InterruptedHosts, ScriptCodeMayDoAnythingWhileArraysAreMadeAndFilled) {
-  // Elements are set directly, or through the procedures.
+  // Elements are set directly, or through the procedures: here of ordered classes, there of hash classes.
   for (const auto layout : {HostOptions::ArrayLayout::kDocumented, HostOptions::ArrayLayout::kOther}) {
     start({.arrayLayout = layout});
     const auto calls = host().calls();
-    forSubjectsWhere(anyClass, [&] {
-      for (const auto& [service, count] : calls) {
-        const auto names = [&service = service](const char* part) {
-          return service.find(part) != std::string::npos;
-        };
-        if (!(names("Array") || names("UBound")) || names("Get")) continue;
-        for (const std::string member : {"Keys", "Key", "Values", "ValueAtIndex", "AddKeys", "AddValues"})
-          if (host().hasMember(unmade(), member) && (names("Array") || member.ends_with("s")))
-            interrupt(service, member);
-      }
-    });
+    // Each class with one of the layouts.
+    const bool ordered = layout == HostOptions::ArrayLayout::kDocumented;
+    forSubjectsWhere(
+        [=](const ClassFacts& facts) { return facts.ordered == ordered; },
+        [&] {
+          if (!caseSensitive()) return;
+          for (const auto& [service, count] : calls) {
+            const auto names = [&service = service](const char* part) {
+              return service.find(part) != std::string::npos;
+            };
+            if (!(names("Array") || names("UBound")) || names("Get")) continue;
+            for (const std::string member : {"Keys", "Key", "Values", "ValueAtIndex", "AddKeys", "AddValues"})
+              if (host().hasMember(unmade(), member) && (names("Array") || member.ends_with("s")))
+                interrupt(service, member);
+          }
+        });
   }
 }
 

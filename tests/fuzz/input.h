@@ -6,10 +6,25 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <span>
 #include <string>
 
+#include "plugin/frame/host_interface.h"
+
 namespace vornik::fuzz {
+
+inline constexpr std::uint32_t kEncodings[] = {
+    kEncodingUTF8,    kEncodingASCII,   kEncodingUTF16, kEncodingMacRoman,      kEncodingISOLatin1,
+    kEncodingUTF16BE, kEncodingUTF16LE, kEncodingUTF32, kEncodingWindowsLatin1, kEncodingUTF32BE,
+    kEncodingUTF32LE, kEncodingUnknown, 0x1234};
+
+/// Ends the process with a message, which is how a fuzzer takes note.
+[[noreturn]] inline void fault(const std::string& what) {
+  std::fprintf(stderr, "fault: %s\n", what.c_str());
+  std::abort();
+}
 
 class Input {
  public:

@@ -16,30 +16,6 @@
 
 namespace vornik::behaviour {
 
-using host::Host;
-using host::HostOptions;
-using host::Value;
-using Values = std::vector<Value>;
-using Texts = std::vector<std::string>;
-
-inline constexpr const char* kNoPosition = "NilObjectException: Iterator not initialized";
-inline constexpr const char* kStale = "RuntimeException: Iterator is no longer valid";
-inline constexpr const char* kForeign = "RuntimeException: Iterator belongs to another container";
-inline constexpr const char* kAtEnd = "OutOfBoundsException: Iterator is at the end position";
-inline constexpr const char* kAtFirst = "OutOfBoundsException: Iterator is at the first position";
-inline constexpr const char* kReversed = "OutOfBoundsException: last does not follow first";
-
-/// "Class: message" of the exception that script code would see, or empty when there is none.
-template <typename Operation>
-std::string raised(Operation&& operation) {
-  try {
-    std::forward<Operation>(operation)();
-    return {};
-  } catch (const host::ScriptException& exception) {
-    return exception.what();
-  }
-}
-
 /// A host with the library loaded; tests of one suite share it, since loading takes longer than most of them.
 /// A test that wants another host, or makes this one misbehave, starts its own. Values must not outlive the
 /// test's body: what is still referenced when it ends is a leak and fails the test.
@@ -108,8 +84,7 @@ class ContainerSuite : public testing::Test {
   void put(const Value& container, int k) { put(container, k, k); }
   void put(const Value& container, int k, int v) { add(container, key(k), value(v)); }
   void add(const Value& container, const Value& k, const Value& v) {
-    if (!facts().isMap()) return static_cast<void>(call(container, "insert", {k}));
-    host().assign(container, "value", {k}, v);
+    behaviour::add(facts(), container, k, v);
   }
 
   std::int64_t count(const Value& container) { return host().get(container, "Count").integer(); }
@@ -119,12 +94,6 @@ class ContainerSuite : public testing::Test {
     return equal;
   }
   bool atEnd(const Value& container, const Value& i) { return equal(i, call(container, "last")); }
-  /// What a call gives script code, as text: the result, "nil" for none, or the exception.
-  std::string answer(const Value& object, const std::string& method, const Values& arguments = {}) {
-    std::string result;
-    const std::string exception = raised([&] { result = show(call(object, method, arguments)); });
-    return exception.empty() ? result : exception;
-  }
   std::string keyAt(const Value& iterator) { return show(call(iterator, "Key")); }
   /// A new iterator at the nth entry.
   Value nth(const Value& container, int n) {
