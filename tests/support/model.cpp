@@ -256,7 +256,11 @@ class Model {
     const int number = static_cast<int>(below(250));
     // A text that cannot be had when its key goes in is the empty text from then on.
     const bool fails = key.isConverted && below(20) == 0;
-    if (fails) host_.failFrom("PluginGetStringData", 1), key.text.clear(), key.hash = 0;
+    if (fails) {
+      host_.failFrom("PluginGetStringData", 1);
+      key.text.clear();
+      key.hash = 0;
+    }
     add(facts_, mirror.object, key.object, valueOf(facts_.value, number));
     if (fails) host_.failFrom("PluginGetStringData", 0);
     const auto [place, isNew] = mirror.entries.try_emplace(key, Entry{lastSerial_ + 1, number});
