@@ -49,7 +49,7 @@ class Operations : public ContainerSuite {
     if (type.kind != kObject) return keyOf(kind, 4);
     if (host::sameName(type.name, facts().name)) return filled(13);
     if (host::sameName(type.name, facts().iterator())) return nth(container, 2);
-    const Value dictionary = host().dictionary();
+    Value dictionary = host().dictionary();
     for (int i = 0; i < 13; ++i) host().setEntry(dictionary, key(i), value(i));
     return dictionary;
   }

@@ -135,7 +135,7 @@ TEST_P(Reentrancy, CachedValuesGoBeforeCachedKeys) {
 struct Nesting : Releases {
   /// A container that holds `inner` and nothing else.
   Value around(const Value& inner) {
-    const Value outer = make();
+    Value outer = make();
     add(outer, facts().isMap() ? key(1) : inner, inner);
     return outer;
   }

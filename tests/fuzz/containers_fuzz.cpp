@@ -283,7 +283,7 @@ class Player {
   }
   Value dictionary() {
     const bool raises = input_.oneIn(8);
-    const Value made = host_.dictionary("Talkative", [this, raises] {
+    Value made = host_.dictionary("Talkative", [this, raises] {
       nestedStep();
       if (raises && input_.oneIn(4)) throw host::ScriptException("RuntimeException", "from a dictionary", 0);
     });

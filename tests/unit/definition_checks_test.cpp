@@ -48,7 +48,7 @@ struct Sample {
   }
   Lines linesOfRegistration() {
     lastRegistered = nullptr;
-    const Lines lines = test::logLinesOf([&] { MyREALRegisterClass(d); });
+    Lines lines = test::logLinesOf([&] { MyREALRegisterClass(d); });
     EXPECT_EQ(lastRegistered, gpartname != nullptr ? &d : nullptr);
     return lines;
   }
