@@ -1,6 +1,8 @@
 // Host arrays and dictionaries: `Array{...}`, `array[i]`, `array[i] = v`, `array:append(v)`,
 // `array:totable()`; `Dictionary{...}`, `Dictionary(map)`, `dictionary[key]`, `dictionary[key] = v`; `#` and
 // `pairs()` for both. Arrays are indexed from 0, as in the host's language.
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -101,12 +103,19 @@ int readElement(lua_State* L) {
   if (lua_type(L, 2) == LUA_TSTRING) {
     const std::string_view name = requireText(L, 2, "a name");
     if (!sameName(name, "totable") && !sameName(name, "append")) {
-      throw ScriptError("arrays have no member '" + std::string(name) + "'");
+      throw ScriptError("arrays have no member '" + std::string(name) +
+                        "'; #array is the length, array:append(value) adds");
     }
     lua_pushcfunction(L, sameName(name, "totable") ? binding<arrayToTable> : binding<appendElement>);
     return 1;
   }
-  pushValue(L, Session::of(L).host().element(array, elementIndex(L)));
+  Host& host = Session::of(L).host();
+  const lua_Integer index = elementIndex(L);
+  if (index > 0 && index == host.elementCount(array)) {
+    throw ScriptError(fmt::format(
+        "there is no element {}: arrays begin at 0, and pairs goes through them, not ipairs", index));
+  }
+  pushValue(L, host.element(array, index));
   return 1;
 }
 

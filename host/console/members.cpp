@@ -75,7 +75,8 @@ const Member& Members::find(const std::string& className, std::string_view name)
 }
 
 std::string Members::whereEntriesAre(const std::string& className) {
-  if (search(className, "insert") != nullptr) return "; whether a set has a key, object:lookup(key) tells";
+  if (search(className, "insert") != nullptr)
+    return "; object:insert(key) adds to a set, and object:lookup(key) tells whether it has a key";
   const Member* const value = search(className, "value");
   const bool byKey = value != nullptr && value->takesOneKey();
   return byKey ? "; the entries of a map are in object.value, as in object.value[key]" : "";

@@ -54,7 +54,7 @@ fails("class " .. Map .. " has no member 'Foo'", "local x = m.Foo", "m.Foo = 1")
 fails(Map .. " is indexed by member names, not by a number; the entries of a map are in object.value",
       "local x = m[1]", "m[1] = 5")
 fails("object:value(...); the entries of a map are in object.value, as in object.value[key]", "m.value(1)")
-fails("whether a set has a key, object:lookup(key) tells", "IntegerHashSetQZR()[1] = true")
+fails("object:lookup(key) tells whether it has a key", "IntegerHashSetQZR()[1] = true")
 fails("call Keys with a colon, as in object:Keys()", "m:Clone().Keys()")
 fails(Map .. ".Count is read-only", "m.Count = 1")
 fails(Map .. ".find cannot be assigned by index", "m.find[1] = 1")
@@ -72,7 +72,8 @@ a:append(4)
 assert(#a == 4 and table.concat(a:totable(), " ") == "1 2 3 4")
 for i, v in pairs(a) do assert(v == i + 1) end
 assert(Array({ "ä", "b" })[0] == "ä" and #Array({}, "string") == 0)
-fails("array index 4 is not in 0 to 3", "local x = a[4]", "a[4] = 1")
+fails("array index 4 is not in 0 to 3", "a[4] = 1")
+fails("no element 4: arrays begin at 0", "local x = a[4]")
 fails("no arrays of 'Picture'", "Array({}, 'Picture')")
 fails("arrays are indexed by integers", "local x = a[0.5]")
 a[0], a[3] = 6 / 2, math.mininteger
