@@ -49,7 +49,6 @@ class rbText {
   void ConvertUTF8() noexcept;
   void ConvertUTF16() noexcept;
 
-  std::uint32_t encoding() const { return encoding_; }
   Classification classification() const { return classification_; }
 
  private:

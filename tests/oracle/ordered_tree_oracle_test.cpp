@@ -264,10 +264,12 @@ TYPED_TEST(OrderedTreeOracle, LosesNoEntryNoPositionAndNoMemory) {
     const char* const chosen = std::getenv("VORNIK_STEPS");
     const long steps = chosen != nullptr ? std::atol(chosen) : 200'000;
     TypeParam run;
-    for (long step = 0; step < steps && !this->HasFailure(); ++step) {
+    long step = 0;
+    for (; step < steps && !this->HasFailure(); ++step) {
       run.step();
       if (step % 997 == 0) run.expectContent();
     }
+    EXPECT_EQ(step, steps) << "the step before it went wrong";
     run.expectContent();
     run.replace(nullptr);
   }
@@ -291,6 +293,10 @@ TEST(OrderedTree, TakesNoMoreMemoryThanItsEntriesNeed) {
     if (i % 50 != 0) static_cast<void>(tree.extract(tree.find({i})));
   }
   EXPECT_LE(leaves(), 2) << "leaves that become empty merge";
+  for (int i = 0; i < 1000; ++i) tree.findOrInsert({i});
+  for (int i = 0; i < 960; i += 64)
+    static_cast<void>(tree.extract(tree.find({i + 1}), tree.find({i + 63})));
+  EXPECT_LE(leaves(), 5) << "and so do those that lose a range";
   while (tree.size() > 1) static_cast<void>(tree.extract(tree.begin()));
   EXPECT_EQ(tree.begin().leaf->parent, nullptr) << "levels go again";
 }

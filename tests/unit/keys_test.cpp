@@ -114,6 +114,12 @@ TEST_F(Keys, TextsThatNumbersLeaveAloneShareMoreWhenALargeNodeIsSplit) {
   }
 }
 
+TEST_F(Keys, TheFirstUnsignedVariantIsKnownAsOne) {
+  test::inOwnProcess([this] {
+    EXPECT_EQ(GetVariantType(objectOf(host_.variant(kVariantInt32, 1, true))), kVariantUInt32);
+  });
+}
+
 TEST_F(Keys, VariantsAreReadThroughPropertiesWhereServicesAreMissing) {
   test::inOwnProcess([this] {
     gResolver = [](const char* name) {
