@@ -101,8 +101,11 @@ TEST_F(DefinitionChecks, NameEveryFaultAndNothingElse) {
       {[](Sample& s) { s.method = {nullptr, nullptr, nullptr, 4, 1, nullptr}; },
        {"Error: The method C.0 has nil declaration.", "Error: The method C.(null) has nil function.",
         "Error: The method C.(null) has the wrong attributeCount value: 1"}},
-      {[](Sample& s) { attach(s.sharedMethod.attributes, s.sharedMethod.attributeCount, s.attributes, 10001); },
-       {"Error: attribute count out of range for C.Go: 10001."}},
+      {[](Sample& s) {
+         attach(s.sharedMethod.attributes, s.sharedMethod.attributeCount, s.attributes, 10001);
+       },
+       {"Error: The method C.Go has the wrong attributeCount value: 10001",
+        "Error: attribute count out of range for C.Go: 10001."}},
       {[](Sample& s) { s.property.name = nullptr; }, {"Error: The property C.0 has nil name."}},
       {[](Sample& s) { s.property.getter = nullptr; }, {"Error: The property C.Size has nil getter."}},
       {[](Sample& s) { s.sharedProperty.type = nullptr; }, {"Error: The property C.0 has nil type."}},
@@ -192,7 +195,8 @@ TEST_F(DefinitionChecks, ReadNoTableThatIsTooLongToBeReal) {
     Sample withMethods, withProperties, missing;
     std::vector<REALmethodDefinition> methods(count, withMethods.method);
     std::vector<REALproperty> properties(count, withProperties.property);
-    for (std::size_t i = 0; lines > 1 && i < count; ++i) methods[i].declaration = properties[i].name = nullptr;
+    for (std::size_t i = 0; lines > 1 && i < count; ++i)
+      methods[i].declaration = properties[i].name = nullptr;
     withMethods.d.methods = methods.data();
     withProperties.d.properties = properties.data();
     missing.d.methods = nullptr;
