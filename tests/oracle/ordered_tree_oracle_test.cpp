@@ -294,8 +294,7 @@ TEST(OrderedTree, TakesNoMoreMemoryThanItsEntriesNeed) {
   }
   EXPECT_LE(leaves(), 2) << "leaves that become empty merge";
   for (int i = 0; i < 1000; ++i) tree.findOrInsert({i});
-  for (int i = 0; i < 960; i += 64)
-    static_cast<void>(tree.extract(tree.find({i + 1}), tree.find({i + 63})));
+  for (int i = 0; i < 960; i += 64) static_cast<void>(tree.extract(tree.find({i + 1}), tree.find({i + 63})));
   EXPECT_LE(leaves(), 5) << "and so do those that lose a range";
   while (tree.size() > 1) static_cast<void>(tree.extract(tree.begin()));
   EXPECT_EQ(tree.begin().leaf->parent, nullptr) << "levels go again";

@@ -115,9 +115,8 @@ TEST_F(Keys, TextsThatNumbersLeaveAloneShareMoreWhenALargeNodeIsSplit) {
 }
 
 TEST_F(Keys, TheFirstUnsignedVariantIsKnownAsOne) {
-  test::inOwnProcess([this] {
-    EXPECT_EQ(GetVariantType(objectOf(host_.variant(kVariantInt32, 1, true))), kVariantUInt32);
-  });
+  test::inOwnProcess(
+      [this] { EXPECT_EQ(GetVariantType(objectOf(host_.variant(kVariantInt32, 1, true))), kVariantUInt32); });
 }
 
 TEST_F(Keys, VariantsAreReadThroughPropertiesWhereServicesAreMissing) {
