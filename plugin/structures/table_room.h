@@ -18,8 +18,8 @@ struct ShippedHashTableSizes {
   /// growth then run through memory. Below, everything is in the cache anyway.
   static constexpr std::uint64_t kMovedFrom = 4096;
   /// Below, there is room for all elements that the buckets are good for. From here on it comes in two steps,
-  /// for a sixth of the memory in the mean. The second step costs next to nothing, because the array of nodes
-  /// mostly grows where it lies: the time to fill a table stays within some hundredths of what it was.
+  /// for a sixth of the memory in the mean. As the array of nodes mostly grows where it lies, that makes filling
+  /// a table a few per cent slower at most.
   static constexpr std::uint64_t kTwoStepsFrom = 96;
   /// With so many buckets it comes in several, because half of a large table would be much memory to keep for
   /// elements that may never come.

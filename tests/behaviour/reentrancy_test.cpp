@@ -50,7 +50,10 @@ struct Reentrancy : Releases {
     all.push_back({"insert", [this](Value& c) {
                      for (int i = 60; i < 90; ++i) put(c, i);
                    }});
-    all.push_back({"rebuild", [this](Value& c) { call(c, "Clear"), put(c, 50); }});
+    all.push_back({"rebuild", [this](Value& c) {
+                     call(c, "Clear");
+                     put(c, 50);
+                   }});
     if (facts().isMap())
       all.push_back({"convert", [this](Value& c) { call(call(c, "Clone"), "CloneDictionary"); }});
     return all;
